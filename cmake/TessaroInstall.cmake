@@ -1,0 +1,28 @@
+# Installs the headers, libtessaro, the host platform libraries, the CMake
+# package (tessaro::tessaro) and tessaro.pc.
+include(CMakePackageConfigHelpers)
+
+set(TESSARO_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/tessaro)
+
+install(DIRECTORY include/tessaro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS tessaro EXPORT tessaroTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+foreach(lib videobufferlayout mediandk)
+  if(TARGET ${lib})
+    install(TARGETS ${lib} EXPORT tessaroTargets
+      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  endif()
+endforeach()
+
+install(EXPORT tessaroTargets NAMESPACE tessaro:: DESTINATION ${TESSARO_CMAKE_DIR})
+configure_package_config_file(cmake/tessaroConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/tessaroConfig.cmake INSTALL_DESTINATION ${TESSARO_CMAKE_DIR})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/tessaroConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tessaroConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/tessaroConfigVersion.cmake DESTINATION ${TESSARO_CMAKE_DIR})
+
+configure_file(cmake/tessaro.pc.in ${CMAKE_CURRENT_BINARY_DIR}/tessaro.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tessaro.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
