@@ -342,6 +342,25 @@ TEST(StreamParserCompressed, SkippedSlicesAreLeftOutForOneFrame) {
     }
 }
 
+// With mLoopFrames the table stops early; skipping the rest of its last frame
+// looks up the next number directly and finds nothing there.
+TEST(StreamParserCompressed, SkippingPastTheLoopedTableFailsTheCall) {
+    ConfigParam config;
+    config.mSliceMode = true;
+    config.mLoopFrames = 2;
+    Fixture f(SingleUnitFrames(3, 10, 1), config);
+    ASSERT_EQ(f.parser.Init(), TS_OK);
+    ASSERT_EQ(Deliver(f.parser).status, TS_OK);
+    ConfigParam skip;
+    skip.mSkipSlices = {1};
+    f.parser.SetConfig(skip);
+    LogCapture logs;
+    EXPECT_EQ(Deliver(f.parser).status, TS_ERROR);
+    EXPECT_TRUE(logs.Contains(6, kTag,
+                              "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end()) : "
+                              "Line# 175"));
+}
+
 TEST(StreamParserCompressed, SliceOrderReordersOneFrameAndRefusesEntriesBeyondIt) {
     ConfigParam config;
     config.mSliceMode = true;
