@@ -2,7 +2,7 @@
 // a seek reaches, what the next buffer carries, and how the frame limit counts.
 #include <gtest/gtest.h>
 
-#include "compressed/ScannerTestSupport.h"
+#include "compressed/ScriptedParser.h"
 #include "compressed/StreamParserCompressed.h"
 #include "support/ClientBuffer.h"
 #include "support/LogCapture.h"
@@ -10,84 +10,35 @@
 namespace tessaro {
 namespace {
 
-using test::FrameInfo;
-
 constexpr const char* kCoreTag = "Tessaro::Impl::StreamParser::Compressed";
 constexpr const char* kImplTag = "Tessaro::Impl";
 
-struct ScriptFrame {
-    bool config;  // a 2-byte codec-config unit (0xC0, frame) precedes the picture
-    bool sync;    // the picture (6 bytes of the frame number) is a sync frame
-};
-
-// A parser whose frame offset table follows a script over a file it writes.
-class ScriptedParser : public StreamParserCompressed {
+// The core's scripted parser, with the two hooks the seek tests need.
+class ScriptedParser : public test::ScriptedParser {
 public:
-    explicit ScriptedParser(std::vector<ScriptFrame> script) : mScript(std::move(script)) {
-        uint64_t offset = 0;
-        for (size_t i = 0; i < mScript.size(); ++i) {
-            mOffsets.push_back(offset);
-            if (mScript[i].config) {
-                mBytes += std::string{char(0xC0), char(i + 1)};
-                offset += 2;
-            }
-            mBytes += std::string(6, char(i + 1));
-            offset += 6;
-        }
-    }
-    const std::string& bytes() const { return mBytes; }
-
-    int32_t Init() override {
-        mInputFile.open(mConfigParam.mInputFileName);
-        mFileSize = mInputFile.size();
-        const int32_t ret = BuildOffsetTable();
-        if (ret == TS_OK) mState = STATE::RUNNING;
-        return ret;
-    }
-    int32_t ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist, uint32_t,
-                              std::shared_ptr<unsigned char>) override {
-        const ScriptFrame& frame = mScript[frameNum - 1];
-        uint64_t offset = mOffsets[frameNum - 1];
-        FrameInfo unit;
-        unit.mFrameNum = frameNum;
-        if (frame.config) {
-            unit.mOffset = offset;
-            unit.mLength = 2;
-            unit.mFrameType = FRAME_TYPE_CODEC_CONFIG;
-            framelist.push_back(unit);
-            offset += 2;
-        }
-        unit.mOffset = offset;
-        unit.mLength = 6;
-        unit.mFrameType = frame.sync ? FRAME_TYPE_SYNC : FRAME_TYPE_NON_SYNC;
-        unit.mIsLastFrame = frameNum == mScript.size() ? 1 : 0;
-        framelist.push_back(unit);
-        return TS_OK;
-    }
-
+    using test::ScriptedParser::ScriptedParser;
     void DropFrame(uint32_t frame) { mFrameOffsetTable.erase(frame); }
     ConfigParam& Config() { return mConfigParam; }
-
-private:
-    std::vector<ScriptFrame> mScript;
-    std::vector<uint64_t> mOffsets;
-    std::string mBytes;
 };
 
-// Ten frames, sync frames at 1 and 6, codec config in front of frames 1 and 6.
-std::vector<ScriptFrame> TenFrames() {
-    std::vector<ScriptFrame> script(10, ScriptFrame{false, false});
-    script[0] = {true, true};
-    script[5] = {true, true};
-    return script;
+constexpr uint32_t kConfig = StreamParserCompressed::FRAME_TYPE_CODEC_CONFIG;
+constexpr uint32_t kSync = StreamParserCompressed::FRAME_TYPE_SYNC;
+constexpr uint32_t kNonSync = StreamParserCompressed::FRAME_TYPE_NON_SYNC;
+
+// Ten frames of one 6-byte picture each; sync frames at 1 and 6, each with a
+// 2-byte codec-config unit in front.
+std::vector<test::FrameSpec> TenFrames() {
+    std::vector<test::FrameSpec> frames(10, test::FrameSpec{{kNonSync, 6}});
+    frames[0] = {{kConfig, 2}, {kSync, 6}};
+    frames[5] = {{kConfig, 2}, {kSync, 6}};
+    return frames;
 }
 
 class Seek : public ::testing::Test {
 protected:
-    void Start(std::vector<ScriptFrame> script, uint32_t frames = 0) {
-        parser = std::make_unique<ScriptedParser>(std::move(script));
+    void Start(std::vector<test::FrameSpec> script, uint32_t frames = 0) {
+        parser = std::make_unique<ScriptedParser>(dir, std::move(script));
         ConfigParam config;
-        config.mInputFileName = dir.Write("stream", parser->bytes());
         config.mFrames = frames;
         ASSERT_EQ(parser->SetConfig(config), TS_OK);
         ASSERT_EQ(parser->Init(), TS_OK);
@@ -98,6 +49,10 @@ protected:
         request.mSeekMode = mode;
         request.mSeekFrame = frame;
         return parser->SetConfig(request);
+    }
+    // The bytes of unit u of frame f (both 1-based here).
+    std::string UnitBytes(size_t f, size_t u) const {
+        return std::string(parser->mFrames[f - 1][u - 1].length, static_cast<char>(parser->Fill(f - 1, u - 1)));
     }
     // Delivers the next buffer and returns its bytes.
     std::string Next(int32_t expected = TS_OK) {
@@ -157,9 +112,9 @@ TEST_F(Seek, SyncFrameSearchForwardThenBackward) {
 }
 
 TEST_F(Seek, ExactSeekPrependsEveryEarlierCodecConfigUnit) {
-    std::vector<ScriptFrame> script = TenFrames();
-    script[3].config = true;  // frame 4 carries codec config too (no sync frame)
-    script[6].config = true;  // and frame 7, the target
+    std::vector<test::FrameSpec> script = TenFrames();
+    script[3] = {{kConfig, 2}, {kNonSync, 6}};  // frame 4 carries codec config too
+    script[6] = {{kConfig, 2}, {kNonSync, 6}};  // and frame 7, the target
     Start(script);
     test::LogCapture logs;
     ASSERT_EQ(Request(2, 7), TS_OK);
@@ -169,9 +124,8 @@ TEST_F(Seek, ExactSeekPrependsEveryEarlierCodecConfigUnit) {
     EXPECT_EQ(request.mSeekedFrame, 7u);
 
     // Config of frames 1, 4 and 6, then frame 7 as it is (its config and picture).
-    const std::string expected =
-        std::string{char(0xC0), 1, char(0xC0), 4, char(0xC0), 6, char(0xC0), 7} +
-        std::string(6, 7);
+    const std::string expected = UnitBytes(1, 1) + UnitBytes(4, 1) + UnitBytes(6, 1) +
+                                 UnitBytes(7, 1) + UnitBytes(7, 2);
     EXPECT_EQ(parser->GetBufferLength(), expected.size());
     EXPECT_TRUE(logs.Contains(4, kCoreTag, "Total length of SEQ_HEADER before Seekpoint = 6"));
     EXPECT_EQ(Next(), expected);
@@ -181,7 +135,7 @@ TEST_F(Seek, ExactSeekPrependsEveryEarlierCodecConfigUnit) {
     EXPECT_EQ(parser->config().mSeekMode, 0u);
     EXPECT_EQ(parser->config().mSeekFrame, 0u);
     EXPECT_EQ(parser->config().mSeekedFrame, 0u);
-    EXPECT_EQ(Next(), std::string(6, 8));  // then on as usual, without a prelude
+    EXPECT_EQ(Next(), UnitBytes(8, 1));  // then on as usual, without a prelude
 }
 
 TEST_F(Seek, RefusedRequests) {
@@ -209,9 +163,9 @@ TEST_F(Seek, RefusedRequests) {
 }
 
 TEST_F(Seek, SearchStopsAtAGapAndTurnsBack) {
-    std::vector<ScriptFrame> script(10, ScriptFrame{false, false});
-    script[0].sync = true;
-    script[8].sync = true;
+    std::vector<test::FrameSpec> script(10, test::FrameSpec{{kNonSync, 6}});
+    script[0] = {{kSync, 6}};
+    script[8] = {{kSync, 6}};
     Start(script);
     parser->DropFrame(7);
     test::LogCapture logs;
@@ -224,8 +178,8 @@ TEST_F(Seek, FrameLimitCountsFromTheTarget) {
     Start(TenFrames(), 10);
     ASSERT_EQ(Request(2, 8), TS_OK);
     Next();
-    EXPECT_EQ(Next(), std::string(6, 9));
-    EXPECT_EQ(Next(), std::string(6, 10));
+    EXPECT_EQ(Next(), UnitBytes(9, 1));
+    EXPECT_EQ(Next(), UnitBytes(10, 1));
     EXPECT_EQ(buffer->mFlags & Buffer::FLAG_EOS, Buffer::FLAG_EOS);
     test::LogCapture logs;
     EXPECT_EQ(Next(), "");
