@@ -31,9 +31,7 @@ constexpr const char* kReadObuHeaderFailed =
 
 }  // namespace
 
-bool AV1StreamParser::ReadByte(uint8_t& byte) {
-    return static_cast<bool>(mInputFile.get(byte));
-}
+bool AV1StreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
 
 int32_t AV1StreamParser::ULebDecode(const unsigned char* data, unsigned long available,
                                     unsigned long* value, unsigned long* length) {
@@ -198,8 +196,7 @@ int32_t AV1StreamParser::Init() {
     return TS_OK;
 }
 
-int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize,
-                                              SliceTable& sliceOffsetTable) {
+int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable& sliceOffsetTable) {
     TS_LOGW("ReadTemporalUnitSize");
     if (mIsAnnexB) {
         unsigned long length = 0;

@@ -77,23 +77,23 @@ int32_t VPXStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     unsigned char timestamp[8];
     unsigned char ivfHeader[kIvfFileHeaderSize];
     if (mIvfMode == kIvfHeaderless) {
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK,
-                      "readInputFile(&frameSize, 4) != TS_OK", 174, TS_ERROR);
-        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK,
-                      "readInputFile(&timestamp, 8) != TS_OK", 177, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
+                      174, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK, "readInputFile(&timestamp, 8) != TS_OK",
+                      177, TS_ERROR);
     } else if (mIvfMode == kIvfWithFileHeader) {
         if (frameNum == 1 || mRestarted) {
             mRestarted = false;
             TS_CHECK_TEXT(readInputFile(ivfHeader, kIvfFileHeaderSize) != TS_OK,
                           "readInputFile(ivfHeader, 32) != TS_OK", 163, TS_ERROR);
         }
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK,
-                      "readInputFile(&frameSize, 4) != TS_OK", 167, TS_ERROR);
-        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK,
-                      "readInputFile(&timestamp, 8) != TS_OK", 170, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
+                      167, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK, "readInputFile(&timestamp, 8) != TS_OK",
+                      170, TS_ERROR);
     } else {
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK,
-                      "readInputFile(&frameSize, 4) != TS_OK", 181, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
+                      181, TS_ERROR);
     }
     const uint32_t frameSize = LittleEndian32(sizeField);
 

@@ -65,7 +65,8 @@ TEST(APVStreamParser, BadSizes) {
          "Buffer is full, allocated:201326592 required:2147483649"},
         {"size that fits but not with its field", BigEndian32(0xC000000 - 2) + Repeat(1, 8),
          "maxBufSize < frameSize : Line# 52"},
-        {"size field cut", Unit(4, 1) + BigEndian32(9).substr(0, 2), "Error. Failed to Read from File"},
+        {"size field cut", Unit(4, 1) + BigEndian32(9).substr(0, 2),
+         "Error. Failed to Read from File"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);

@@ -38,12 +38,12 @@ std::string Obu(int type, const std::string& payload, bool sizeField = true, boo
     if (sizeField) s += Leb(static_cast<uint32_t>(payload.size()));
     return s + payload;
 }
-const std::string kTd = Obu(2, "");                      // 2 bytes
-const std::string kSeq = Obu(1, Repeat(0x0A, 4));        // 6 bytes
-const std::string kFh = Obu(3, Repeat(0x33, 3));         // 5 bytes
-const std::string kTg1 = Obu(4, Repeat(0x41, 6));        // 8 bytes
-const std::string kTg2 = Obu(4, Repeat(0x42, 10));       // 12 bytes
-const std::string kFrame = Obu(6, Repeat(0x66, 7));      // 9 bytes
+const std::string kTd = Obu(2, "");                  // 2 bytes
+const std::string kSeq = Obu(1, Repeat(0x0A, 4));    // 6 bytes
+const std::string kFh = Obu(3, Repeat(0x33, 3));     // 5 bytes
+const std::string kTg1 = Obu(4, Repeat(0x41, 6));    // 8 bytes
+const std::string kTg2 = Obu(4, Repeat(0x42, 10));   // 12 bytes
+const std::string kFrame = Obu(6, Repeat(0x66, 7));  // 9 bytes
 
 // Every LEB128 case decoded from memory and read from a file gives the same
 // status, value and length: the decoding is written once.
@@ -136,12 +136,9 @@ TEST(AV1StreamParser, ObuHeader) {
     EXPECT_TRUE(header.mHasSizeField);
     EXPECT_TRUE(header.mExtensionFlag);
     EXPECT_EQ(header.mTemporalId, -1);
-    const std::vector<std::string> block = {"ReadObuHeader",
-                                            "-- OBU header Info Start --",
-                                            "obu_type : 1 (OBU_SEQUENCE_HEADER)",
-                                            "has_size_field : 1",
-                                            "obu_extension_flag : 1",
-                                            "-- OBU header Info End --"};
+    const std::vector<std::string> block = {
+        "ReadObuHeader",      "-- OBU header Info Start --", "obu_type : 1 (OBU_SEQUENCE_HEADER)",
+        "has_size_field : 1", "obu_extension_flag : 1",      "-- OBU header Info End --"};
     EXPECT_EQ(logs.Messages(kTag), block);
 
     AV1StreamParser::ObuHeader unknown;
@@ -172,7 +169,8 @@ TEST(AV1StreamParser, DetectsIvfObuAndAnnexB) {
         uint32_t fileType;
         bool annexB;
     } cases[] = {
-        {"IVF", std::string("DKIF") + Repeat(0, 28) + LittleEndian32(2) + Repeat(0, 8) + kTd, 1, false},
+        {"IVF", std::string("DKIF") + Repeat(0, 28) + LittleEndian32(2) + Repeat(0, 8) + kTd, 1,
+         false},
         {"OBU stream", kTd + kSeq + kFrame, 2, false},
         {"OBU stream starting with a sequence header", kSeq + kFrame, 2, false},
         {"Annex-B", AnnexBUnit({Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false)}), 2, true},
@@ -185,8 +183,8 @@ TEST(AV1StreamParser, DetectsIvfObuAndAnnexB) {
         ASSERT_EQ(InitOn(parser, dir.Write("a.obu", c.bytes)), TS_OK) << logs.Dump();
         EXPECT_EQ(parser.fileType(), c.fileType);
         EXPECT_EQ(parser.isAnnexB(), c.annexB);
-        EXPECT_TRUE(logs.Contains(4, kTag, c.fileType == 1 ? "Input File has IVF Header"
-                                                            : "Input File has OBU Header"));
+        EXPECT_TRUE(logs.Contains(
+            4, kTag, c.fileType == 1 ? "Input File has IVF Header" : "Input File has OBU Header"));
     }
 
     const std::string neither[] = {
@@ -210,8 +208,8 @@ TEST(AV1StreamParser, TemporalUnitsAndTileGroupSlices) {
     // TU1 @0: TD SEQ FH TG1 TG2 (33 bytes); TU2 @33: TD FRAME unknown(9) (13);
     // TU3 @46: TD FH TG1 (15), to the end of the file at 61.
     const std::string unknown = Obu(9, "");
-    const std::string file =
-        dir.Write("a.obu", kTd + kSeq + kFh + kTg1 + kTg2 + kTd + kFrame + unknown + kTd + kFh + kTg1);
+    const std::string file = dir.Write(
+        "a.obu", kTd + kSeq + kFh + kTg1 + kTg2 + kTd + kFrame + unknown + kTd + kFh + kTg1);
     AV1StreamParser parser;
     test::LogCapture logs;
     ASSERT_EQ(InitOn(parser, file), TS_OK);
@@ -232,8 +230,8 @@ TEST(AV1StreamParser, TemporalUnitsAndTileGroupSlices) {
 
 TEST(AV1StreamParser, AnnexBEntriesCoverTheSizeField) {
     ScratchDir dir;
-    const std::string tu1 = AnnexBUnit({Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false),
-                                        Obu(6, Repeat(0x66, 200), false)});
+    const std::string tu1 = AnnexBUnit(
+        {Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false), Obu(6, Repeat(0x66, 200), false)});
     const std::string tu2 = AnnexBUnit({Obu(2, "", false), Obu(6, Repeat(0x67, 9), false)});
     AV1StreamParser parser;
     test::LogCapture logs;
@@ -252,20 +250,28 @@ TEST(AV1StreamParser, BadObuStreams) {
         std::string bytes;
         std::vector<const char*> messages;
     } cases[] = {
-        {"delimiter without its size", Bytes({0x12}),
+        {"delimiter without its size",
+         Bytes({0x12}),
          {"ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK : Line# 374"}},
-        {"forbidden bit", kTd + kSeq + Bytes({0x80 | 0x32, 0}),
+        {"forbidden bit",
+         kTd + kSeq + Bytes({0x80 | 0x32, 0}),
          {"Error. Invalid OBU Header",
           "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK : Line# 374",
-          "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# 483"}},
-        {"OBU without size field", kTd + kSeq + Obu(6, Repeat(1, 3), false),
+          "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# "
+          "483"}},
+        {"OBU without size field",
+         kTd + kSeq + Obu(6, Repeat(1, 3), false),
          {"obuHdr.mHasSizeField == false : Line# 385"}},
-        {"eight-byte size that continues", kTd + kSeq + Bytes({0x32}) + Repeat(0x80, 8),
+        {"eight-byte size that continues",
+         kTd + kSeq + Bytes({0x32}) + Repeat(0x80, 8),
          {"Error. Failed to Decode LEB for Index[8]", "Error. ReadLeb128 Failed"}},
-        {"size cut by the end of the file", kTd + kSeq + Bytes({0x32, 0x80}),
+        {"size cut by the end of the file",
+         kTd + kSeq + Bytes({0x32, 0x80}),
          {"Error. Ran out-of-data before completing Read of Value", "Error. ReadLeb128 Failed"}},
-        {"OBU longer than the file", kTd + kSeq + Obu(6, Repeat(1, 10)).substr(0, 5),
-         {"Error. Failed to Read from File", "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK : Line# 374"}},
+        {"OBU longer than the file",
+         kTd + kSeq + Obu(6, Repeat(1, 10)).substr(0, 5),
+         {"Error. Failed to Read from File",
+          "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK : Line# 374"}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -304,7 +310,9 @@ TEST(AV1StreamParser, IvfSliceModeLooksAfterTheFrame) {
         test::LogCapture logs;
         EXPECT_EQ(InitOn(parser, dir.Write("two.ivf", bytes), 0, true), TS_ERROR);
         EXPECT_TRUE(logs.Contains(6, kTag, "Error. Invalid OBU Header"));
-        EXPECT_TRUE(logs.Contains(6, kTag, "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# 456"));
+        EXPECT_TRUE(logs.Contains(6, kTag,
+                                  "ReadTemporalUnitSize(std::ref(tuSize), "
+                                  "std::ref(sliceOffsetTable)) != TS_OK : Line# 456"));
         // Without slice mode the same file indexes.
         AV1StreamParser whole;
         EXPECT_EQ(InitOn(whole, dir.Write("two.ivf", bytes)), TS_OK);

@@ -20,8 +20,16 @@ constexpr const char* kCoreTag = "Tessaro::Impl::StreamParser::Compressed";
 constexpr uint32_t kConfig = 1, kSync = 2, kNonSync = 4;
 
 enum NalType : int {
-    TRAIL_R = 1, IDR_W_RADL = 19, IDR_N_LP = 20, CRA = 21,
-    VPS = 32, SPS = 33, PPS = 34, AUD = 35, PREFIX_SEI = 39, SUFFIX_SEI = 40,
+    TRAIL_R = 1,
+    IDR_W_RADL = 19,
+    IDR_N_LP = 20,
+    CRA = 21,
+    VPS = 32,
+    SPS = 33,
+    PPS = 34,
+    AUD = 35,
+    PREFIX_SEI = 39,
+    SUFFIX_SEI = 40,
 };
 
 // A NAL unit of 10 bytes: 4-byte start code, the two header bytes (with
@@ -33,14 +41,15 @@ std::string Nal(int type, int layer = 0) {
 }
 std::string Slice(int type, bool first, int layer = 0) {
     return Bytes({0, 0, 0, 1, (type << 1) | (layer >> 5), ((layer & 31) << 3) | 1,
-                  first ? 0x80 : 0x00}) + Repeat(0xAA, 3);
+                  first ? 0x80 : 0x00}) +
+           Repeat(0xAA, 3);
 }
 
 TEST(HEVCStreamParser, VpsIsCoveredBySpsEntryAndIdrIsSync) {
     ScratchDir dir;
     // VPS@0 SPS@10 PPS@20 IDR@30 TRAIL@40, 50 bytes.
-    const std::string file = dir.Write("a.265", Nal(VPS) + Nal(SPS) + Nal(PPS) +
-                                                    Slice(IDR_W_RADL, true) + Slice(TRAIL_R, true));
+    const std::string file = dir.Write(
+        "a.265", Nal(VPS) + Nal(SPS) + Nal(PPS) + Slice(IDR_W_RADL, true) + Slice(TRAIL_R, true));
     HEVCStreamParser parser;
     ASSERT_EQ(InitOn(parser, file), TS_OK);
     ASSERT_EQ(parser.frameOffsetTable().size(), 2u);
@@ -55,7 +64,8 @@ TEST(HEVCStreamParser, PictureTypesAndLayerIds) {
         int type;
         int layer;
         uint32_t frameType;
-    } cases[] = {{IDR_N_LP, 0, kSync}, {CRA, 0, kNonSync}, {IDR_W_RADL, 1, kSync}, {CRA, 63, kNonSync}};
+    } cases[] = {
+        {IDR_N_LP, 0, kSync}, {CRA, 0, kNonSync}, {IDR_W_RADL, 1, kSync}, {CRA, 63, kNonSync}};
     for (const Case& c : cases) {
         SCOPED_TRACE("type " + std::to_string(c.type) + " layer " + std::to_string(c.layer));
         ScratchDir dir;
@@ -128,8 +138,8 @@ TEST(HEVCStreamParser, MoreFramesThanTheFileRestartsFromTheBeginning) {
     ASSERT_EQ(parser.frameOffsetTable().size(), 3u);
     ExpectUnits(parser, 2, {{30, 10, kNonSync, 0}});
     ExpectUnits(parser, 3, {{0, 10, kConfig, 0}, {10, 10, kConfig, 0}, {20, 10, kSync, 0}});
-    EXPECT_TRUE(logs.Contains(4, kTag,
-                              "Frames To Parse > Frames in Inputfile. Restarting from begin.."));
+    EXPECT_TRUE(
+        logs.Contains(4, kTag, "Frames To Parse > Frames in Inputfile. Restarting from begin.."));
 }
 
 // Inputs that are not a whole stream: what Init returns and reports.

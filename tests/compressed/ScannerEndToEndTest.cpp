@@ -139,8 +139,10 @@ Decoded Decode(const std::string& demuxer, const std::string& path) {
 
 uint32_t ProbeFrameCount(const std::string& demuxer, const std::string& path) {
     std::string out;
-    RunCommand("ffprobe -v error -f " + demuxer + " -count_frames -select_streams v:0 "
-               "-show_entries stream=nb_read_frames -of csv=p=0 '" + path + "'",
+    RunCommand("ffprobe -v error -f " + demuxer +
+                   " -count_frames -select_streams v:0 "
+                   "-show_entries stream=nb_read_frames -of csv=p=0 '" +
+                   path + "'",
                &out);
     return static_cast<uint32_t>(std::stoul(out.empty() ? "0" : out));
 }
@@ -160,8 +162,10 @@ protected:
         if (*sample.demuxer == '\0') {
             // Not decodable here: the bytes themselves must match.
             const std::string bytes = ReadFile(original);
-            EXPECT_TRUE(from == 1 ? delivered == bytes : bytes.size() > delivered.size() &&
-                        bytes.compare(bytes.size() - delivered.size(), delivered.size(), delivered) == 0);
+            EXPECT_TRUE(from == 1 ? delivered == bytes
+                                  : bytes.size() > delivered.size() &&
+                                        bytes.compare(bytes.size() - delivered.size(),
+                                                      delivered.size(), delivered) == 0);
             return;
         }
         const std::string path = dir.Write("delivered", delivered);
@@ -169,7 +173,8 @@ protected:
         const Decoded want = Decode(sample.demuxer, original);
         EXPECT_EQ(got.errors, "");
         ASSERT_EQ(want.hashes.size(), sample.frames);
-        EXPECT_EQ(got.hashes, std::vector<std::string>(want.hashes.begin() + (from - 1), want.hashes.end()));
+        EXPECT_EQ(got.hashes,
+                  std::vector<std::string>(want.hashes.begin() + (from - 1), want.hashes.end()));
     }
     ScratchDir dir;
 };
@@ -210,13 +215,15 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Sample{"hevc_aud_sei", Kind::kHevc, "h265/aud_sei.265", "hevc", false, 8, true, 0, 0, 1},
         Sample{"hevc_idr_gop", Kind::kHevc, "h265/idr_gop.265", "hevc", false, 12, true, 3, 5, 1},
-        Sample{"hevc_two_slices", Kind::kHevc, "h265/two_slices.265", "hevc", false, 8, true, 0, 0, 1},
+        Sample{"hevc_two_slices", Kind::kHevc, "h265/two_slices.265", "hevc", false, 8, true, 0, 0,
+               1},
         Sample{"vp8", Kind::kVpx, "vpx/vp8_kf4.ivf", "ivf", true, 10, false, 3, 5, 1},
         Sample{"vp9", Kind::kVpx, "vpx/vp9_kf4.ivf", "ivf", true, 10, false, 5, 5, 1},
         Sample{"av1_ivf", Kind::kAv1, "av1/kf4.ivf", "ivf", true, 8, false, 5, 5, 1},
         Sample{"av1_obu", Kind::kAv1, "av1/kf4_section5.obu", "obu", false, 8, true, 5, 5, 1},
         Sample{"av1_annexb", Kind::kAv1, "av1/kf4_annexb.obu", "av1", false, 8, false, 5, 5, 2},
-        Sample{"av1_tile_groups", Kind::kAv1, "av1/tile_groups.obu", "obu", false, 8, true, 5, 5, 1},
+        Sample{"av1_tile_groups", Kind::kAv1, "av1/tile_groups.obu", "obu", false, 8, true, 5, 5,
+               1},
         Sample{"apv", Kind::kApv, "apv/four_units.apv", "", false, 4, false, 3, 3, 1}),
     [](const auto& p) { return std::string(p.param.name); });
 

@@ -52,7 +52,8 @@ protected:
     }
     // The bytes of unit u of frame f (both 1-based here).
     std::string UnitBytes(size_t f, size_t u) const {
-        return std::string(parser->mFrames[f - 1][u - 1].length, static_cast<char>(parser->Fill(f - 1, u - 1)));
+        return std::string(parser->mFrames[f - 1][u - 1].length,
+                           static_cast<char>(parser->Fill(f - 1, u - 1)));
     }
     // Delivers the next buffer and returns its bytes.
     std::string Next(int32_t expected = TS_OK) {
@@ -74,10 +75,14 @@ TEST_F(Seek, SyncFrameSearchForwardThenBackward) {
                                   "Frame[%u] checking Backwards");
     struct Case {
         uint32_t requested;
-        uint32_t reached;       // 0: the seek fails
+        uint32_t reached;  // 0: the seek fails
         bool searchedBackward;
     } cases[] = {
-        {1, 1, false}, {4, 6, false}, {6, 6, false}, {8, 6, true}, {9, 6, true},
+        {1, 1, false},
+        {4, 6, false},
+        {6, 6, false},
+        {8, 6, true},
+        {9, 6, true},
         // The last frame is never examined, so a seek to it finds nothing.
         {10, 0, true},
     };
@@ -104,8 +109,8 @@ TEST_F(Seek, SyncFrameSearchForwardThenBackward) {
         EXPECT_EQ(parser->fetchContent().bufferInfo.frameNum, c.reached);
         EXPECT_EQ(parser->frameCount(), c.reached);
         EXPECT_TRUE(parser->isSeekSet());
-        EXPECT_TRUE(logs.Contains(4, kCoreTag,
-                                  "Nearest IDR was found at Frame[" + std::to_string(c.reached) + "]"));
+        EXPECT_TRUE(logs.Contains(
+            4, kCoreTag, "Nearest IDR was found at Frame[" + std::to_string(c.reached) + "]"));
         EXPECT_TRUE(logs.Contains(4, kImplTag,
                                   "Successfully Seeked to Frame " + std::to_string(c.reached)));
     }
@@ -124,8 +129,8 @@ TEST_F(Seek, ExactSeekPrependsEveryEarlierCodecConfigUnit) {
     EXPECT_EQ(request.mSeekedFrame, 7u);
 
     // Config of frames 1, 4 and 6, then frame 7 as it is (its config and picture).
-    const std::string expected = UnitBytes(1, 1) + UnitBytes(4, 1) + UnitBytes(6, 1) +
-                                 UnitBytes(7, 1) + UnitBytes(7, 2);
+    const std::string expected =
+        UnitBytes(1, 1) + UnitBytes(4, 1) + UnitBytes(6, 1) + UnitBytes(7, 1) + UnitBytes(7, 2);
     EXPECT_EQ(parser->GetBufferLength(), expected.size());
     EXPECT_TRUE(logs.Contains(4, kCoreTag, "Total length of SEQ_HEADER before Seekpoint = 6"));
     EXPECT_EQ(Next(), expected);
@@ -142,7 +147,8 @@ TEST_F(Seek, RefusedRequests) {
     Start(TenFrames(), 10);
     test::LogCapture logs;
     EXPECT_EQ(Request(1, 11), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kCoreTag, "Error. seekToFrame[11] is greater than Parsed Frames[10]"));
+    EXPECT_TRUE(
+        logs.Contains(6, kCoreTag, "Error. seekToFrame[11] is greater than Parsed Frames[10]"));
     EXPECT_TRUE(logs.Contains(6, kImplTag, "Seek() != TS_OK : Line# 139"));
     EXPECT_EQ(request.mSeekedFrame, 0u);
 
@@ -151,13 +157,15 @@ TEST_F(Seek, RefusedRequests) {
     parser->Config().mSeekMode = 2;
     parser->Config().mSeekFrame = 0;
     EXPECT_EQ(parser->Seek(), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kCoreTag, "Error. seekToFrame[0] is greater than Parsed Frames[10]"));
+    EXPECT_TRUE(
+        logs.Contains(6, kCoreTag, "Error. seekToFrame[0] is greater than Parsed Frames[10]"));
 
     // A frame that is not indexed.
     parser->DropFrame(3);
     EXPECT_EQ(Request(2, 3), TS_ERROR);
     EXPECT_TRUE(logs.Contains(
-        6, kCoreTag, "(mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end()) : Line# 583"));
+        6, kCoreTag,
+        "(mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end()) : Line# 583"));
     EXPECT_EQ(parser->fetchContent().bufferInfo.frameNum, 1u);
     EXPECT_FALSE(parser->isSeekSet());
 }
@@ -189,7 +197,7 @@ TEST_F(Seek, FrameLimitCountsFromTheTarget) {
 TEST_F(Seek, PendingSeekIsDroppedOnceTheStreamHasEnded) {
     Start(TenFrames());
     for (int i = 0; i < 10; ++i) Next();
-    ASSERT_TRUE(parser->sawEOS());  // the last unit of the file was delivered
+    ASSERT_TRUE(parser->sawEOS());    // the last unit of the file was delivered
     ASSERT_EQ(Request(2, 5), TS_OK);  // a seek does not undo the end of the stream
     ASSERT_TRUE(parser->isSeekSet());
     test::LogCapture logs;

@@ -78,8 +78,8 @@ TEST(VPXStreamParser, NameWithoutDotThrowsOutOfRange) {
 TEST(VPXStreamParser, TruncatedAndEmptyLastFrames) {
     ScratchDir dir;
     {
-        const std::string file =
-            dir.Write("cut.ivf", FileHeader() + Frame(Bytes({0, 1})) + Frame(Bytes({1, 2, 3}), 100));
+        const std::string file = dir.Write(
+            "cut.ivf", FileHeader() + Frame(Bytes({0, 1})) + Frame(Bytes({1, 2, 3}), 100));
         VPXStreamParser parser;
         ASSERT_EQ(InitOn(parser, file), TS_OK);
         ExpectUnits(parser, 2, {{58, 3, kNonSync, 1}});
@@ -114,8 +114,8 @@ TEST(VPXStreamParser, MoreFramesThanTheFileRestartsAfterTheFileHeader) {
     ExpectUnits(parser, 3, {{76, 4, kSync, 0}});
     ExpectUnits(parser, 4, {{44, 5, kSync, 0}});
     ExpectUnits(parser, 5, {{61, 3, kNonSync, 0}});
-    EXPECT_TRUE(logs.Contains(4, kTag,
-                              "Frames To Parse > Frames in Inputfile. Restarting from begin.."));
+    EXPECT_TRUE(
+        logs.Contains(4, kTag, "Frames To Parse > Frames in Inputfile. Restarting from begin.."));
 }
 
 TEST(VPXStreamParser, BadInput) {
@@ -125,12 +125,18 @@ TEST(VPXStreamParser, BadInput) {
         std::string bytes;
         const char* message;
     } cases[] = {
-        {"file header cut", "a.ivf", FileHeader().substr(0, 20), "readInputFile(ivfHeader, 32) != TS_OK : Line# 163"},
-        {"frame size cut", "a.ivf", FileHeader() + Bytes({5, 0}), "readInputFile(&frameSize, 4) != TS_OK : Line# 167"},
-        {"timestamp cut", "a.ivf", FileHeader() + Bytes({5, 0, 0, 0, 1, 2}), "readInputFile(&timestamp, 8) != TS_OK : Line# 170"},
-        {"headerless size cut", "a.ivfnh", Bytes({5, 0, 0}), "readInputFile(&frameSize, 4) != TS_OK : Line# 174"},
-        {"headerless timestamp cut", "a.ivfnh", Bytes({5, 0, 0, 0, 1}), "readInputFile(&timestamp, 8) != TS_OK : Line# 177"},
-        {"frame beyond the scratch size", "a.ivf", FileHeader() + Frame(Bytes({0}), 0xC000001), "maxBufSize < frameSize : Line# 81"},
+        {"file header cut", "a.ivf", FileHeader().substr(0, 20),
+         "readInputFile(ivfHeader, 32) != TS_OK : Line# 163"},
+        {"frame size cut", "a.ivf", FileHeader() + Bytes({5, 0}),
+         "readInputFile(&frameSize, 4) != TS_OK : Line# 167"},
+        {"timestamp cut", "a.ivf", FileHeader() + Bytes({5, 0, 0, 0, 1, 2}),
+         "readInputFile(&timestamp, 8) != TS_OK : Line# 170"},
+        {"headerless size cut", "a.ivfnh", Bytes({5, 0, 0}),
+         "readInputFile(&frameSize, 4) != TS_OK : Line# 174"},
+        {"headerless timestamp cut", "a.ivfnh", Bytes({5, 0, 0, 0, 1}),
+         "readInputFile(&timestamp, 8) != TS_OK : Line# 177"},
+        {"frame beyond the scratch size", "a.ivf", FileHeader() + Frame(Bytes({0}), 0xC000001),
+         "maxBufSize < frameSize : Line# 81"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
