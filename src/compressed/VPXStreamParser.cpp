@@ -29,7 +29,7 @@ void VPXStreamParser::SeekInput(uint64_t offset) {
 
 bool VPXStreamParser::SawDKIFHeader() {
     TS_LOGI("SawDKIFHeader");
-    SeekInput(0);
+    mInputFile.seekg(0, std::ios_base::beg);
     char signature[4] = {};
     if (readInputFile(signature, sizeof(signature)) != TS_OK) return false;
     return std::memcmp(signature, "DKIF", sizeof(signature)) == 0;
@@ -51,7 +51,6 @@ int32_t VPXStreamParser::Init() {
         mIvfMode = kIvfWithFileHeader;
     }
 
-    mInputFile.clear();
     mInputFile.seekg(0, std::ios_base::end);
     const int64_t end = mInputFile.tellg();
     mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
