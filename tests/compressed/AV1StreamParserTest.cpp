@@ -94,6 +94,18 @@ TEST(AV1StreamParser, Leb128FromMemoryAndFromFile) {
         }
     }
 
+    // At the end of the file nothing is read and that is no failure.
+    test::ScratchDir dir;
+    test::OpenedParser<AV1StreamParser> file;
+    ASSERT_TRUE(file.Open(dir.Write("leb", Bytes({0x05}))));
+    unsigned long length = 0, fileValue = 0;
+    ASSERT_EQ(file.ReadLeb128(length, fileValue), TS_OK);
+    test::LogCapture logs;
+    EXPECT_EQ(file.ReadLeb128(length, fileValue), TS_OK);
+    EXPECT_EQ(length, 0u);
+    EXPECT_EQ(fileValue, 5u);
+    EXPECT_TRUE(logs.Contains(4, kTag, "Reached End Of File"));
+
     AV1StreamParser parser;
     const unsigned char one = 1;
     unsigned long value = 7;
@@ -103,20 +115,6 @@ TEST(AV1StreamParser, Leb128FromMemoryAndFromFile) {
     EXPECT_EQ(value, 0u);
     EXPECT_EQ(parser.ULebDecode(&one, 1, &value, nullptr), TS_OK);  // length is optional
     EXPECT_EQ(value, 1u);
-}
-
-TEST(AV1StreamParser, ReadLeb128AtTheEndOfTheFileReadsNothing) {
-    ScratchDir dir;
-    test::OpenedParser<AV1StreamParser> parser;
-    ASSERT_TRUE(parser.Open(dir.Write("leb", Bytes({0x05}))));
-    unsigned long length = 0, value = 0;
-    ASSERT_EQ(parser.ReadLeb128(length, value), TS_OK);
-    test::LogCapture logs;
-    length = 9;
-    EXPECT_EQ(parser.ReadLeb128(length, value), TS_OK);
-    EXPECT_EQ(length, 0u);
-    EXPECT_EQ(value, 5u);
-    EXPECT_TRUE(logs.Contains(4, kTag, "Reached End Of File"));
 }
 
 TEST(AV1StreamParser, ObuHeader) {
