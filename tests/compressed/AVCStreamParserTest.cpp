@@ -70,7 +70,7 @@ std::string Describe(const std::vector<FrameInfo>& list, const AnnexBStream& s) 
 
 struct ScanCase {
     const char* name;
-    std::vector<NalSpec> nals;
+    std::vector<NalDef> nals;
     uint32_t sliceMode;
     uint32_t frames;                 // mConfigParam.mFrames
     std::vector<std::string> calls;  // Describe() of each call's list
@@ -93,9 +93,9 @@ TEST_P(AVCScan, EntriesOfEachCall) {
     }
 }
 
-const NalSpec kSpsUnit{kSps}, kPpsUnit{kPps};
-NalSpec Idr(int mb, bool four = true) { return {kIdr, mb, four}; }
-NalSpec P(int mb, bool four = true) { return {kNonIdr, mb, four}; }
+const NalDef kSpsUnit{kSps}, kPpsUnit{kPps};
+NalDef Idr(int mb, bool four = true) { return {kIdr, mb, four}; }
+NalDef P(int mb, bool four = true) { return {kNonIdr, mb, four}; }
 
 INSTANTIATE_TEST_SUITE_P(
     Streams, AVCScan,

@@ -12,7 +12,7 @@ namespace tessaro::test {
 constexpr uint8_t kSps = 0x67, kPps = 0x68, kSei = 0x06, kAud = 0x09;
 constexpr uint8_t kIdr = 0x65, kNonIdr = 0x41, kPartitionA = 0x22;
 
-struct NalSpec {
+struct NalDef {
     uint8_t header;
     int firstMb = -1;  // slices: first_mb_in_slice; -1: a unit of six payload bytes
     bool fourByte = true;
@@ -36,8 +36,8 @@ inline std::string UeBytes(uint32_t value) {
 }
 
 struct AnnexBStream {
-    explicit AnnexBStream(const std::vector<NalSpec>& nals) {
-        for (const NalSpec& nal : nals) {
+    explicit AnnexBStream(const std::vector<NalDef>& nals) {
+        for (const NalDef& nal : nals) {
             offsets.push_back(bytes.size());
             bytes += nal.fourByte ? std::string("\0\0\0\1", 4) : std::string("\0\0\1", 3);
             bytes.push_back(static_cast<char>(nal.header));

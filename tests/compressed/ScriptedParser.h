@@ -12,16 +12,16 @@
 
 namespace tessaro::test {
 
-struct UnitSpec {
+struct UnitDef {
     uint32_t type;        // FRAME_TYPE_*
     uint32_t length;      // bytes
     uint32_t slices = 0;  // equal slices recorded in slice mode
 };
-using FrameSpec = std::vector<UnitSpec>;
+using FrameDef = std::vector<UnitDef>;
 
 class ScriptedParser : public StreamParserCompressed {
 public:
-    ScriptedParser(const ScratchDir& dir, std::vector<FrameSpec> frames) : mFrames(std::move(frames)) {
+    ScriptedParser(const ScratchDir& dir, std::vector<FrameDef> frames) : mFrames(std::move(frames)) {
         std::string bytes;
         for (auto& frame : mFrames) {
             mOffsets.emplace_back();
@@ -50,14 +50,14 @@ public:
         if (frameNum == mEmptyAt || mNext >= mFrames.size()) return TS_OK;
         const size_t f = mNext++;
         for (size_t u = 0; u < mFrames[f].size(); ++u) {
-            const UnitSpec& spec = mFrames[f][u];
+            const UnitDef& def = mFrames[f][u];
             FrameInfo info;
             info.mOffset = mOffsets[f][u];
-            info.mLength = spec.length;
+            info.mLength = def.length;
             info.mFrameNum = frameNum;
-            info.mFrameType = spec.type;
-            for (uint32_t s = 0; mSliceMode == 1 && s < spec.slices; ++s) {
-                const uint64_t part = spec.length / spec.slices;
+            info.mFrameType = def.type;
+            for (uint32_t s = 0; mSliceMode == 1 && s < def.slices; ++s) {
+                const uint64_t part = def.length / def.slices;
                 info.mSliceOffsetTable[s + 1] = {info.mOffset + s * part, part};
             }
             framelist.push_back(info);
@@ -81,7 +81,7 @@ public:
         mConfigParam.mSeekFrame = mConfigParam.mSeekedFrame = frame;
     }
 
-    std::vector<FrameSpec> mFrames;
+    std::vector<FrameDef> mFrames;
     std::vector<std::vector<uint64_t>> mOffsets;
     size_t mNext = 0;
     int mUnits = 0;

@@ -15,7 +15,7 @@
 namespace tessaro {
 namespace {
 
-using test::FrameSpec;
+using test::FrameDef;
 using test::LogCapture;
 using test::ScratchDir;
 using test::ScriptedParser;
@@ -31,14 +31,14 @@ constexpr const char* kOrderReport =
     "frameInfo.mSliceOffsetTable.size() : Line# 190";
 
 // n frames of one unit each, the first one sync.
-std::vector<FrameSpec> Frames(size_t n, uint32_t length = 10, uint32_t slices = 0) {
-    std::vector<FrameSpec> frames;
+std::vector<FrameDef> Frames(size_t n, uint32_t length = 10, uint32_t slices = 0) {
+    std::vector<FrameDef> frames;
     for (size_t i = 0; i < n; ++i) frames.push_back({{i == 0 ? S : N, length, slices}});
     return frames;
 }
 
 struct Fixture {
-    Fixture(std::vector<FrameSpec> frames, const Configure& configure = {})
+    Fixture(std::vector<FrameDef> frames, const Configure& configure = {})
         : parser(dir, std::move(frames)) {
         ConfigParam config;
         if (configure) configure(config);
@@ -135,7 +135,7 @@ TEST(StreamParserCompressed, ScannerFailuresStopIndexing) {
 
 struct SequenceCase {
     const char* name;
-    std::vector<FrameSpec> frames;
+    std::vector<FrameDef> frames;
     Configure configure;
     std::vector<std::string> buffers;  // Deliver() of each call in turn
     std::vector<std::string> logs;     // lines logged under the core's tag
