@@ -143,6 +143,18 @@ int64_t SeekSource(void* opaque, int64_t offset, int whence) {
     return target;
 }
 
+// Elementary streams without a container (an Annex-B .264, raw OBUs, a bare
+// picture sequence) are not media files to a device's extractor.
+bool IsBareElementaryStream(const AVInputFormat* format) {
+    static const char* const kBare[] = {"h264", "hevc", "vvc", "obu", "m4v", "h261", "h263", "mpegvideo",
+                                        "cavsvideo", "vc1", "mjpeg", "rawvideo", "data", "tty", "image2"};
+    const std::string name = format->name;
+    for (const char* bare : kBare) {
+        if (name == bare) return true;
+    }
+    return name.size() > 5 && name.compare(name.size() - 5, 5, "_pipe") == 0;
+}
+
 // FFmpeg prints demuxing trouble on stderr; a device's extractor does not.
 // Quieten it once, unless the host program has chosen a level of its own.
 void QuietenLibraryLogging() {
@@ -182,6 +194,7 @@ media_status_t AMediaExtractor::Open(int callerFd, int64_t offset, int64_t lengt
     if (avformat_open_input(&context, nullptr, nullptr, nullptr) < 0) {
         return AMEDIA_ERROR_UNSUPPORTED;  // the context is freed by the failed open
     }
+    if (IsBareElementaryStream(context->iformat)) return AMEDIA_ERROR_UNSUPPORTED;
     // Fills in what a header leaves open (Annex-B parameter sets of a
     // transport stream, for example); a failure leaves what the header said.
     avformat_find_stream_info(context, nullptr);
