@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -89,7 +90,10 @@ struct Track {
 }  // namespace mediandk
 
 struct AMediaExtractor {
+    AMediaExtractor() = default;
     ~AMediaExtractor() { Close(); }
+    AMediaExtractor(const AMediaExtractor&) = delete;
+    AMediaExtractor& operator=(const AMediaExtractor&) = delete;
 
     media_status_t Open(int callerFd, int64_t offset, int64_t length);
     void Close();
@@ -314,7 +318,7 @@ extern "C" {
 
 AMediaExtractor* AMediaExtractor_new(void) {
     QuietenLibraryLogging();
-    return new AMediaExtractor();
+    return new (std::nothrow) AMediaExtractor();
 }
 
 media_status_t AMediaExtractor_delete(AMediaExtractor* extractor) {
@@ -338,7 +342,7 @@ size_t AMediaExtractor_getTrackCount(AMediaExtractor* extractor) {
 
 AMediaFormat* AMediaExtractor_getTrackFormat(AMediaExtractor* extractor, size_t index) {
     if (extractor == nullptr || index >= extractor->tracks.size()) return nullptr;
-    return new AMediaFormat(extractor->tracks[index].format);
+    return new (std::nothrow) AMediaFormat(extractor->tracks[index].format);
 }
 
 media_status_t AMediaExtractor_selectTrack(AMediaExtractor* extractor, size_t index) {
