@@ -43,6 +43,8 @@ struct Sample {
     uint32_t seekMode;     // 1 = to a sync frame, 2 = exactly
 };
 
+void PrintTo(const Sample& sample, std::ostream* os) { *os << sample.file; }
+
 std::unique_ptr<StreamParserCompressed> MakeParser(Kind kind) {
     switch (kind) {
         case Kind::kHevc: return std::make_unique<HEVCStreamParser>();

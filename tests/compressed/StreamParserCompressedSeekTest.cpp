@@ -27,8 +27,8 @@ constexpr uint32_t kNonSync = StreamParserCompressed::FRAME_TYPE_NON_SYNC;
 
 // Ten frames of one 6-byte picture each; sync frames at 1 and 6, each with a
 // 2-byte codec-config unit in front.
-std::vector<test::FrameSpec> TenFrames() {
-    std::vector<test::FrameSpec> frames(10, test::FrameSpec{{kNonSync, 6}});
+std::vector<test::FrameDef> TenFrames() {
+    std::vector<test::FrameDef> frames(10, test::FrameDef{{kNonSync, 6}});
     frames[0] = {{kConfig, 2}, {kSync, 6}};
     frames[5] = {{kConfig, 2}, {kSync, 6}};
     return frames;
@@ -36,7 +36,7 @@ std::vector<test::FrameSpec> TenFrames() {
 
 class Seek : public ::testing::Test {
 protected:
-    void Start(std::vector<test::FrameSpec> script, uint32_t frames = 0) {
+    void Start(std::vector<test::FrameDef> script, uint32_t frames = 0) {
         parser = std::make_unique<ScriptedParser>(dir, std::move(script));
         ConfigParam config;
         config.mFrames = frames;
@@ -52,8 +52,10 @@ protected:
     }
     // The bytes of unit u of frame f (both 1-based here).
     std::string UnitBytes(size_t f, size_t u) const {
-        return std::string(parser->mFrames[f - 1][u - 1].length,
-                           static_cast<char>(parser->Fill(f - 1, u - 1)));
+        int value = 1;  // units are filled with 1, 2, 3, ... in file order
+        for (size_t i = 0; i + 1 < f; ++i) value += static_cast<int>(parser->mFrames[i].size());
+        value += static_cast<int>(u) - 1;
+        return std::string(parser->mFrames[f - 1][u - 1].length, static_cast<char>(value));
     }
     // Delivers the next buffer and returns its bytes.
     std::string Next(int32_t expected = TS_OK) {
@@ -117,7 +119,7 @@ TEST_F(Seek, SyncFrameSearchForwardThenBackward) {
 }
 
 TEST_F(Seek, ExactSeekPrependsEveryEarlierCodecConfigUnit) {
-    std::vector<test::FrameSpec> script = TenFrames();
+    std::vector<test::FrameDef> script = TenFrames();
     script[3] = {{kConfig, 2}, {kNonSync, 6}};  // frame 4 carries codec config too
     script[6] = {{kConfig, 2}, {kNonSync, 6}};  // and frame 7, the target
     Start(script);
@@ -171,7 +173,7 @@ TEST_F(Seek, RefusedRequests) {
 }
 
 TEST_F(Seek, SearchStopsAtAGapAndTurnsBack) {
-    std::vector<test::FrameSpec> script(10, test::FrameSpec{{kNonSync, 6}});
+    std::vector<test::FrameDef> script(10, test::FrameDef{{kNonSync, 6}});
     script[0] = {{kSync, 6}};
     script[8] = {{kSync, 6}};
     Start(script);
