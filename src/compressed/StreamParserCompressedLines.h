@@ -29,7 +29,7 @@ constexpr int kLengthFrameMissing = 270;
 constexpr int kLengthSliceOrderBeyondCount = 300;
 
 // Seek
-constexpr int kSeekFrameNotIndexed = 330;  // "(mFrameOffsetTable.find(seekToFrame) == ...)"
-constexpr int kSeekNoSyncFrame = 352;      // "mIsSeekSet == false"
+constexpr int kSeekFrameNotIndexed = 583;  // "(mFrameOffsetTable.find(seekToFrame) == ...)"
+constexpr int kSeekNoSyncFrame = 612;      // "mIsSeekSet == false"
 
 }  // namespace tessaro::compressed_lines

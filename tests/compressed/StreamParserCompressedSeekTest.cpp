@@ -99,7 +99,7 @@ TEST_F(Seek, SyncFrameSearchForwardThenBackward) {
         EXPECT_TRUE(logs.Contains(4, kCoreTag, "Processing IDR Seek"));
         if (c.reached == 0) {
             EXPECT_EQ(status, TS_ERROR);
-            EXPECT_TRUE(logs.Contains(6, kCoreTag, "mIsSeekSet == false : Line# 352"));
+            EXPECT_TRUE(logs.Contains(6, kCoreTag, "mIsSeekSet == false : Line# 612"));
             EXPECT_TRUE(logs.Contains(6, kImplTag, "Seek() != TS_OK : Line# 139"));
             EXPECT_EQ(request.mSeekedFrame, 0u);  // not written back
             EXPECT_EQ(parser->fetchContent().bufferInfo.frameNum, 1u);
@@ -167,7 +167,7 @@ TEST_F(Seek, RefusedRequests) {
     EXPECT_EQ(Request(2, 3), TS_ERROR);
     EXPECT_TRUE(logs.Contains(
         6, kCoreTag,
-        "(mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end()) : Line# 330"));
+        "(mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end()) : Line# 583"));
     EXPECT_EQ(parser->fetchContent().bufferInfo.frameNum, 1u);
     EXPECT_FALSE(parser->isSeekSet());
 }
