@@ -132,6 +132,22 @@ TEST_F(ReaderCore, TimestampsRoundHalfAwayFromZeroAndAdvanceInSinglePrecision) {
     EXPECT_EQ(stamps, (std::vector<uint64_t>{0, 1, 1, 2, 2, 3}));
 }
 
+// A frame-rate change after a super-frame change can rebase the timestamp below
+// zero; the buffer then carries 0 rather than an undefined conversion.
+TEST_F(ReaderCore, TimestampRebasedBelowZeroSaturates) {
+    Open(3, 6);
+    Next();
+    ConfigParam change{};
+    change.mSuperFrame = 10;
+    change.mFrameRateNum = 1000000;
+    change.mFrameRateDen = 1;
+    reader->SetConfig(change);
+    ASSERT_LT(reader->timestamp(), 0.0f);
+    ConfigParam back{};
+    reader->SetConfig(back);  // one picture a buffer again
+    EXPECT_EQ(Next().timestamp, 0u);
+}
+
 TEST_F(ReaderCore, DefaultStepIsThirtyFramesASecond) {
     Open(2, 4);
     EXPECT_EQ(Next().timestamp, 0u);
