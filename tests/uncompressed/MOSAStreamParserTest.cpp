@@ -19,130 +19,104 @@ namespace {
 using test::Geometry;
 using test::LogCapture;
 
-const std::string kPrefix = "Tessaro::Impl::StreamParser::UnCompressed::";
-
 struct MosaCase {
     const char* name;
     std::function<std::unique_ptr<StreamParserUncompressed>()> make;
-    std::string tag;
-    int stateLine, firstLine, secondLine;
-    bool checksStride;  // the RGBA readers check stride/scanlines, the others width/height
-    std::function<uint32_t(const Geometry&)> size;
-    std::string readLine;  // the entry line of the reading operation
+    const char* tag;
+    int stateLine;  // the two geometry checks follow it
+    bool checksStride;  // the RGBA readers check and size by stride and scanlines
+    uint32_t code, interlaced;
+    bool logsFrameSize;  // P210's entry line carries the picture size
 };
 
-template <typename T>
-std::function<std::unique_ptr<StreamParserUncompressed>()> Maker() {
-    return [] { return std::make_unique<T>(); };
+uint32_t PictureSize(const MosaCase& mc, const Geometry& g) {
+    return mc.checksStride ? VideoBufferLayout_GetBufferSize(mc.code, g.stride, g.scanlines)
+                           : VideoBufferLayout_GetBufferSizeUsed(mc.code, g.width, g.height, mc.interlaced);
 }
 
-std::vector<MosaCase> Cases() {
-    auto used = [](uint32_t code, uint32_t interlaced) {
-        return [=](const Geometry& g) {
-            return VideoBufferLayout_GetBufferSizeUsed(code, g.width, g.height, interlaced);
-        };
-    };
-    auto sized = [](uint32_t code) {
-        return [=](const Geometry& g) { return VideoBufferLayout_GetBufferSize(code, g.stride, g.scanlines); };
-    };
-    return {
-        {"NV12", Maker<NV12MOSAStreamParser>(), kPrefix + "NV12_MOSA", 45, 46, 47, false, used(1, 0), "ReadfromInputFile"},
-        {"RX10", Maker<RX10MOSAStreamParser>(), kPrefix + "NV12_MOSA", 66, 67, 68, false, used(5, 0), "ReadfromInputFile"},
-        {"NV12Interlace", Maker<NV12MOSAInterlaceStreamParser>(), kPrefix + "NV12_MOSA", 87, 88, 89, false, used(1, 1), "ReadfromInputFile"},
-        {"P210", Maker<P210MOSAStreamParser>(), kPrefix + "P210MOSA", 45, 46, 47, false, used(7, 0), "ReadfromInputFile: frame size "},
-        {"RGBA32", Maker<RGBA32MOSAStreamParser>(), kPrefix + "RGBA32_MOSA", 45, 46, 47, true, sized(9), "ReadfromInputFile"},
-        {"RGBA1010102", Maker<RGBA1010102MOSAStreamParser>(), kPrefix + "RGBA32_MOSA", 66, 67, 68, true, sized(11), "ReadfromInputFile"},
-    };
+template <typename T>
+auto Make() {
+    return [] { return std::unique_ptr<StreamParserUncompressed>(new T); };
 }
+
+#define TAG(x) "Tessaro::Impl::StreamParser::UnCompressed::" x
+const MosaCase kCases[] = {
+    {"NV12", Make<NV12MOSAStreamParser>(), TAG("NV12_MOSA"), 45, false, 1, 0, false},
+    {"RX10", Make<RX10MOSAStreamParser>(), TAG("NV12_MOSA"), 66, false, 5, 0, false},
+    {"NV12Interlace", Make<NV12MOSAInterlaceStreamParser>(), TAG("NV12_MOSA"), 87, false, 1, 1, false},
+    {"P210", Make<P210MOSAStreamParser>(), TAG("P210MOSA"), 45, false, 7, 0, true},
+    {"RGBA32", Make<RGBA32MOSAStreamParser>(), TAG("RGBA32_MOSA"), 45, true, 9, 0, false},
+    {"RGBA1010102", Make<RGBA1010102MOSAStreamParser>(), TAG("RGBA32_MOSA"), 66, true, 11, 0, false},
+};
 
 class MosaReader : public ::testing::TestWithParam<MosaCase> {
 protected:
     test::ScratchDir scratch;
 };
 
-// Three pictures a buffer land back to back, each exactly as the file holds it,
-// and the partial picture at the end of the file is never read.
+// Three pictures a buffer land back to back exactly as the file holds them;
+// the partial picture at the end of the file is never read.
 TEST_P(MosaReader, ReadsWholePicturesBackToBack) {
     const MosaCase& mc = GetParam();
     const Geometry g{72, 40, 80, 48};
-    const uint32_t picture = mc.size(g);
-    ASSERT_GT(picture, 0u);
+    const uint32_t picture = PictureSize(mc, g);
     ConfigParam c = test::RawConfig(g, 0, 3);
     c.mInputFileName = scratch.Write("in", test::NumberedPictures(7, picture).substr(0, 6 * picture + 100));
     auto reader = mc.make();
     LogCapture logs;
-    const uint32_t length = test::Start(*reader, c);
-    EXPECT_EQ(length, 3 * picture);
-    EXPECT_EQ(reader->bufferSize(), picture);
+    ASSERT_EQ(test::Start(*reader, c), 3 * picture);
     EXPECT_EQ(reader->fileBufferSize(), picture);
-    auto buffer = test::MakeGraphicBuffer(length);
+    auto buffer = test::MakeGraphicBuffer(3 * picture);
     ASSERT_EQ(reader->Process(buffer), 0);
-    const auto bytes = test::ReadAll(*buffer);
-    EXPECT_EQ(bytes, test::Bytes(test::NumberedPictures(3, picture)));
+    EXPECT_EQ(test::ReadAll(*buffer), test::Bytes(test::NumberedPictures(3, picture)));
     ASSERT_EQ(reader->Process(buffer), 0);
     EXPECT_EQ(buffer->mFlags, Buffer::FLAG_EOS);
     EXPECT_EQ(test::PictureNumber(*buffer), 3);
-    EXPECT_EQ(logs.Count(4, mc.tag, mc.readLine == "ReadfromInputFile" ? mc.readLine
-                                                                       : mc.readLine + std::to_string(picture)),
-              2u);
-    EXPECT_TRUE(logs.Contains(4, mc.tag, "Buffer length = " + std::to_string(length)));
+    const std::string entry = mc.logsFrameSize ? "ReadfromInputFile: frame size " + std::to_string(picture) : "ReadfromInputFile";
+    EXPECT_EQ(logs.Count(4, mc.tag, entry), 2u);
 }
 
-TEST_P(MosaReader, ChecksTheGeometryItSizesWith) {
+TEST_P(MosaReader, ChecksAndLines) {
     const MosaCase& mc = GetParam();
-    const std::string file = scratch.Write("in", std::string(1 << 16, 'x'));
+    const std::string file = scratch.Write("in", std::string(4096, 'x'));
     LogCapture logs;
-    auto fresh = mc.make();
-    EXPECT_EQ(fresh->GetBufferLength(), 0u);
-    EXPECT_TRUE(logs.Contains(6, mc.tag, "mState != STATE::RUNNING : Line# " + std::to_string(mc.stateLine)));
-    auto startWith = [&](const Geometry& g) {
-        auto r = mc.make();
+    auto reader = mc.make();
+    EXPECT_EQ(reader->GetBufferLength(), 0u);
+    // The field that is not checked is set, so only the checked one can fail.
+    for (const Geometry& g : mc.checksStride ? std::vector<Geometry>{{64, 32, 0, 32}, {64, 32, 64, 0}}
+                                             : std::vector<Geometry>{{0, 32, 64, 32}, {64, 0, 64, 32}}) {
         ConfigParam c = test::RawConfig(g);
         c.mInputFileName = file;
-        return test::Start(*r, c);
-    };
-    const std::string first = mc.checksStride ? "mConfigParam.mStride == 0" : "mConfigParam.mWidth == 0";
-    const std::string second = mc.checksStride ? "mConfigParam.mScanlines == 0" : "mConfigParam.mHeight == 0";
-    // The field that is not checked is set, so only the checked one can fail.
-    EXPECT_EQ(startWith(mc.checksStride ? Geometry{64, 32, 0, 32} : Geometry{0, 32, 64, 32}), 0u);
-    EXPECT_EQ(startWith(mc.checksStride ? Geometry{64, 32, 64, 0} : Geometry{64, 0, 64, 32}), 0u);
-    EXPECT_TRUE(logs.Contains(6, mc.tag, first + " : Line# " + std::to_string(mc.firstLine)));
-    EXPECT_TRUE(logs.Contains(6, mc.tag, second + " : Line# " + std::to_string(mc.secondLine)));
+        reader = mc.make();
+        EXPECT_EQ(test::Start(*reader, c), 0u);
+    }
+    EXPECT_EQ(reader->ReadfromInputFile(nullptr), -4);
+    auto unmappable = std::make_shared<Buffer>();
+    unmappable->mCapacity = 4096;
+    EXPECT_EQ(reader->ReadfromInputFile(unmappable), -2);
+    const auto line = [](const std::string& text, int n) { return text + " : Line# " + std::to_string(n); };
+    EXPECT_TRUE(logs.Contains(6, mc.tag, line("mState != STATE::RUNNING", mc.stateLine)));
+    EXPECT_TRUE(logs.Contains(6, mc.tag, line(mc.checksStride ? "mConfigParam.mStride == 0" : "mConfigParam.mWidth == 0", mc.stateLine + 1)));
+    EXPECT_TRUE(logs.Contains(6, mc.tag, line(mc.checksStride ? "mConfigParam.mScanlines == 0" : "mConfigParam.mHeight == 0", mc.stateLine + 2)));
+    EXPECT_TRUE(logs.Contains(6, mc.tag, line("buffer == nullptr", 18)));
+    EXPECT_TRUE(logs.Contains(6, mc.tag, line("vaddr == nullptr", 25)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Readers, MosaReader, ::testing::ValuesIn(Cases()),
+INSTANTIATE_TEST_SUITE_P(Readers, MosaReader, ::testing::ValuesIn(kCases),
                          [](const auto& param) { return std::string(param.param.name); });
 
-TEST(MosaReaderLines, NullPointerAndUnmappableBuffer) {
-    std::unique_ptr<StreamParserUncompressed> readers[] = {
-        std::make_unique<NV12MOSAStreamParser>(), std::make_unique<P210MOSAStreamParser>(),
-        std::make_unique<RGBA32MOSAStreamParser>()};
-    const std::string tags[] = {kPrefix + "NV12_MOSA", kPrefix + "P210MOSA", kPrefix + "RGBA32_MOSA"};
-    for (size_t i = 0; i < 3; ++i) {
-        SCOPED_TRACE(tags[i]);
-        LogCapture logs;
-        EXPECT_EQ(readers[i]->ReadfromInputFile(nullptr), -4);
-        auto unmappable = std::make_shared<Buffer>();
-        unmappable->mCapacity = 4096;
-        EXPECT_EQ(readers[i]->ReadfromInputFile(unmappable), -2);
-        EXPECT_TRUE(logs.Contains(6, tags[i], "buffer == nullptr : Line# 18"));
-        EXPECT_TRUE(logs.Contains(6, tags[i], "vaddr == nullptr : Line# 25"));
-    }
-}
-
-// A capacity smaller than mSuperFrame pictures passes the capacity check only
-// when the sizes wrap; the reader itself still refuses to write past the buffer.
-TEST(MosaReaderSafety, CalledDirectlyWithTooSmallABufferReadsNothing) {
+// A buffer smaller than a picture, handed to the reader directly, gets nothing.
+TEST(MosaReaderSafety, TooSmallABufferReadsNothing) {
     test::ScratchDir dir;
-    ConfigParam c = test::RawConfig({64, 32, 64, 32});
     NV12MOSAStreamParser reader;
     const uint32_t picture = VideoBufferLayout_GetBufferSizeUsed(1, 64, 32, 0);
+    ConfigParam c = test::RawConfig({64, 32, 64, 32});
     c.mInputFileName = dir.Write("in", std::string(picture, 'x'));
     ASSERT_EQ(test::Start(reader, c), picture);
     auto small = test::MakeGraphicBuffer(4096);
     LogCapture logs;
     EXPECT_EQ(reader.ReadfromInputFile(small), -2);
-    EXPECT_TRUE(logs.Contains(6, kPrefix + "NV12_MOSA", "Error. Picture does not fit in the buffer."));
+    EXPECT_TRUE(logs.Contains(6, TAG("NV12_MOSA"), "Error. Picture does not fit in the buffer."));
     EXPECT_EQ(test::ReadAll(*small), std::vector<uint8_t>(4096, 0));
 }
 
