@@ -38,7 +38,7 @@ std::vector<uint8_t> Pipe(StreamParserUncompressed& producer, const ConfigParam&
     }
     writer.DeInit();
     producer.DeInit();
-    return test::ReadFile(out.mOutputFileName);
+    return test::FileBytes(out.mOutputFileName);
 }
 
 struct RoundTrip {
@@ -59,7 +59,7 @@ TEST(RawRoundTrip, FfmpegFilesComeBackByteIdentical) {
         ConfigParam c = test::RawConfig({64, 48, 96, 56});
         c.mInputFileName = test::DataPath(t.file);
         auto reader = t.make();
-        EXPECT_EQ(Pipe(*reader, c, t.format, dir), test::ReadFile(c.mInputFileName));
+        EXPECT_EQ(Pipe(*reader, c, t.format, dir), test::FileBytes(c.mInputFileName));
     }
 }
 
@@ -70,7 +70,7 @@ TEST(RawRoundTrip, BackAndForthPlaybackFrameByFrame) {
     c.mInputFileName = test::DataPath("raw/testsrc_64x48_5f.nv12");
     NV12StreamParser reader;
     const auto written = Pipe(reader, c, 1, dir);
-    const auto source = test::ReadFile(c.mInputFileName);
+    const auto source = test::FileBytes(c.mInputFileName);
     const size_t picture = 64 * 48 * 3 / 2;
     const int order[] = {0, 1, 2, 3, 4, 3, 2, 1, 0, 1, 2, 3};
     ASSERT_EQ(written.size(), 12 * picture);

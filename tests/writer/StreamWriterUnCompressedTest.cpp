@@ -56,7 +56,7 @@ protected:
         ASSERT_EQ(writer->SetConfig(c), 0);
         ASSERT_EQ(writer->Init(), 0);
     }
-    std::vector<uint8_t> Output() { return test::ReadFile(scratch.File("out.yuv")); }
+    std::vector<uint8_t> Output() { return test::FileBytes(scratch.File("out.yuv")); }
 
     test::ScratchDir scratch;
     std::unique_ptr<StreamWriterUnCompressed> writer;
