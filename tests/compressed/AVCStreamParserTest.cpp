@@ -1,0 +1,253 @@
+// The H.264 scanner on hand-built byte streams: where pictures and parameter
+// sets begin and end, slice tables, end-of-file handling and bad input.
+#include "compressed/AVCStreamParser.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+
+#include "AnnexBBuilder.h"
+#include "support/ClientBuffer.h"
+#include "support/LogCapture.h"
+#include "support/TestPaths.h"
+
+namespace tessaro {
+namespace {
+
+using namespace test;
+using FrameInfo = StreamParserCompressed::FrameInfo;
+
+constexpr const char* kAvcTag = "Tessaro::Impl::StreamParser::Compressed::AVC";
+constexpr const char* kCoreTag = "Tessaro::Impl::StreamParser::Compressed";
+
+// Drives ReadfromInputFile one call at a time, without BuildOffsetTable.
+class ScannerProbe : public AVCStreamParser {
+public:
+    ScannerProbe(const std::string& path, uint32_t sliceMode, uint32_t frames) {
+        mConfigParam.mFrames = frames;
+        EXPECT_TRUE(mInputFile.open(path));
+        mFileSize = mInputFile.size();
+        mSliceMode = sliceMode;
+    }
+    std::vector<FrameInfo> Next(uint32_t frameNum, uint32_t maxBufSize = 1 << 16) {
+        std::vector<FrameInfo> list;
+        EXPECT_EQ(ReadfromInputFile(frameNum, list, maxBufSize, mScratch), TS_OK);
+        return list;
+    }
+    int64_t Position() { return mInputFile.tellg(); }
+    std::shared_ptr<unsigned char> mScratch{new unsigned char[1 << 16],
+                                            std::default_delete<unsigned char[]>()};
+};
+
+// An entry as "<C|S|N><from>-<to>[*]", from and to being NAL indexes of the
+// stream (E: end of file, ~n: one byte before NAL n), * when marked last, and
+// in slice mode its slices in parentheses.
+std::string Describe(const std::vector<FrameInfo>& list, const AnnexBStream& s) {
+    auto where = [&](uint64_t offset) -> std::string {
+        if (offset == s.bytes.size()) return "E";
+        for (size_t i = 0; i < s.offsets.size(); ++i) {
+            if (s.offsets[i] == offset) return std::to_string(i);
+            if (s.offsets[i] == offset + 1) return "~" + std::to_string(i);
+        }
+        return "@" + std::to_string(offset);
+    };
+    std::string out;
+    for (const FrameInfo& e : list) {
+        if (!out.empty()) out += " ";
+        out += e.mFrameType == 1 ? "C" : e.mFrameType == 2 ? "S" : "N";
+        out += where(e.mOffset) + "-" + where(e.mOffset + e.mLength);
+        if (e.mIsLastFrame) out += "*";
+        for (uint32_t n = 1; n <= e.mSliceOffsetTable.size(); ++n) {
+            const auto& range = e.mSliceOffsetTable.at(n);
+            out += (n == 1 ? "(" : ",") + where(range.first) + "-" +
+                   where(range.first + range.second);
+        }
+        if (!e.mSliceOffsetTable.empty()) out += ")";
+    }
+    return out;
+}
+
+struct ScanCase {
+    const char* name;
+    std::vector<NalDef> nals;
+    uint32_t sliceMode;
+    uint32_t frames;                 // mConfigParam.mFrames
+    std::vector<std::string> calls;  // Describe() of each call's list
+};
+
+class AVCScan : public ::testing::TestWithParam<ScanCase> {};
+
+TEST_P(AVCScan, EntriesOfEachCall) {
+    const AnnexBStream s(GetParam().nals);
+    ScratchDir dir;
+    ScannerProbe scan(dir.Write("a.264", s.bytes), GetParam().sliceMode, GetParam().frames);
+    for (size_t i = 0; i < GetParam().calls.size(); ++i) {
+        const auto list = scan.Next(static_cast<uint32_t>(i + 1));
+        EXPECT_EQ(Describe(list, s), GetParam().calls[i]) << "call " << i + 1;
+        // A call that ends on a boundary leaves the file where the next unit starts.
+        const uint64_t at = static_cast<uint64_t>(scan.Position());
+        if (!list.empty() && at != 0 && at != s.bytes.size()) {
+            EXPECT_EQ(at, list.back().mOffset + list.back().mLength);
+        }
+    }
+}
+
+const NalDef kSpsUnit{kSps}, kPpsUnit{kPps};
+NalDef Idr(int mb, bool four = true) { return {kIdr, mb, four}; }
+NalDef P(int mb, bool four = true) { return {kNonIdr, mb, four}; }
+
+INSTANTIATE_TEST_SUITE_P(
+    Streams, AVCScan,
+    ::testing::Values(
+        // The picture starts at the PPS: the PPS travels twice, the SEI with the picture.
+        ScanCase{"ParameterSetsSeiIdr", {kSpsUnit, kPpsUnit, {kSei, -1, false}, Idr(0), P(0)}, 0, 0,
+                 {"C0-1 C1-2 S1-4", "N4-E*"}},
+        ScanCase{"GrowingFirstMbContinuesAPicture", {Idr(0), Idr(11), Idr(22), P(0), P(30)}, 0, 0,
+                 {"S0-3", "N3-E*"}},
+        ScanCase{"ThreeByteStartCodes",
+                 {Idr(0, false), Idr(11, false), P(0, false), P(30, false)}, 0, 0,
+                 {"S0-2", "N2-E*"}},
+        ScanCase{"DelimiterEndsAPicture", {Idr(0), {kAud}, P(0)}, 0, 0, {"S0-1", "N1-E*"}},
+        ScanCase{"SeiEndsAPicture", {Idr(0), {kSei, -1, false}, P(0)}, 0, 0, {"S0-1", "N1-E*"}},
+        ScanCase{"Slices", {kSpsUnit, kPpsUnit, Idr(0), Idr(5), Idr(9), P(0)}, 1, 0,
+                 {"C0-1 C1-2 S1-5(2-3,3-4,4-5)", "N5-E*(5-E)"}},
+        // A scan that begins on 00 00 01 takes it for a 4-byte start code, so
+        // the picture's first slice starts a byte early.
+        ScanCase{"SlicesAfterThreeByteStartCodes",
+                 {kSpsUnit, Idr(0, false), Idr(5, false), P(0, false)}, 1, 0,
+                 {"C0-1 S0-3(1-2,2-3)", "N3-E*(~3-E)"}},
+        // Partitions start pictures here but are passed over in the slice scan.
+        ScanCase{"PartitionsWholePictures", {Idr(0), {kPartitionA, 0}, P(0)}, 0, 0,
+                 {"S0-1", "N1-2", "N2-E*"}},
+        ScanCase{"PartitionsInsideSlices", {Idr(0), {kPartitionA, 0}, P(0)}, 1, 0,
+                 {"S0-2(0-2)", "N2-E*(2-E)"}},
+        // More frames wanted than the file holds: the last picture rewinds the file.
+        ScanCase{"RewindWhileFramesAreWanted", {Idr(0), P(0)}, 0, 4,
+                 {"S0-1", "N1-E", "S0-1", "N1-E*"}},
+        // first_mb_in_slice with 12 and 16 leading zeros (the latter's code runs
+        // a bit past the four peeked bytes) still orders the slices.
+        ScanCase{"LargeFirstMb", {Idr(0), Idr(8000), Idr(70000), P(0)}, 1, 0,
+                 {"S0-3(0-1,1-2,2-3)", "N3-E*(3-E)"}},
+        // Parameter sets at the end of the file: the last one is cut to nothing.
+        ScanCase{"OnlyParameterSets", {kSpsUnit, kPpsUnit}, 0, 0, {"C0-1 C1-1*"}},
+        // A slice that continues no picture leaves an empty picture entry, and
+        // the next call finds nothing.
+        ScanCase{"SliceWithoutAPicture", {kSpsUnit, kPpsUnit, P(5)}, 0, 0,
+                 {"C0-1 C1-2 N1-1", ""}}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST(AVCStreamParser, EndOfFileAndByteLimitAreReported) {
+    const AnnexBStream s({kSpsUnit, Idr(0), P(0)});
+    ScratchDir dir;
+    ScannerProbe scan(dir.Write("a.264", s.bytes), 0, 0);
+    LogCapture logs;
+    // 25 - 5 bytes may be scanned: the picture (which starts at the SPS) ends
+    // there, less the 9-byte prefix of its slice.
+    const auto cut = scan.Next(1, /*maxBufSize=*/25);
+    EXPECT_TRUE(logs.Contains(4, kAvcTag, "Buffer is Full."));
+    ASSERT_EQ(cut.size(), 2u);
+    EXPECT_EQ(cut[1].mOffset + cut[1].mLength, 20u - 9u);
+
+    ScannerProbe whole(dir.Write("b.264", s.bytes), 0, 0);
+    whole.Next(1);
+    whole.Next(2);
+    EXPECT_TRUE(logs.Contains(6, kAvcTag, "Error. Failed to Read from File."));
+    EXPECT_TRUE(logs.Contains(6, kAvcTag, "File Read Error."));
+    const uint64_t p = s.offsets[2];
+    EXPECT_TRUE(logs.Contains(4, kAvcTag, "Frame[2] BufferNum[1] Offset[" + std::to_string(p) +
+                                              "] length[" + std::to_string(s.bytes.size() - p) +
+                                              "]"))
+        << logs.Dump();
+    EXPECT_TRUE(whole.Next(3).empty());
+    EXPECT_TRUE(logs.Contains(6, kAvcTag, "(uint64_t)mInputFile.tellg() == mFileSize : Line# 200"));
+}
+
+struct BadInput {
+    const char* name;
+    std::string bytes;
+    bool create;  // false: the file does not exist
+    int32_t status;
+    std::vector<std::pair<const char*, const char*>> reports;  // (tag, message) at priority 6
+};
+
+class AVCBadInput : public ::testing::TestWithParam<BadInput> {};
+
+TEST_P(AVCBadInput, InitFailsWithTheReportedStatusAndDoesNotRun) {
+    ScratchDir dir;
+    const std::string path =
+        GetParam().create ? dir.Write("in.264", GetParam().bytes) : dir.File("missing.264");
+    AVCStreamParser parser;
+    ConfigParam config;
+    config.mInputFileName = path;
+    parser.SetConfig(config);
+    LogCapture logs;
+    EXPECT_EQ(parser.Init(), GetParam().status);
+    for (const auto& [tag, message] : GetParam().reports) {
+        EXPECT_TRUE(logs.Contains(6, tag, message)) << message << "\n" << logs.Dump();
+    }
+    EXPECT_EQ(parser.Process(nullptr), -2);
+    EXPECT_EQ(parser.Process(MakeLinearBuffer(64)), -3);
+    EXPECT_EQ(parser.GetBufferLength(), static_cast<uint32_t>(-3));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, AVCBadInput,
+    ::testing::Values(
+        BadInput{"Missing", "", false, TS_ERROR,
+                 {{kAvcTag, "mInputFile.is_open() == false : Line# 23"}}},
+        BadInput{"Empty", "", true, -4, {{kAvcTag, "mFileSize == 0 : Line# 29"}}},
+        // No start code anywhere: the scanner appends nothing.
+        BadInput{"Zeros", std::string(4096, '\0'), true, TS_ERROR,
+                 {{kCoreTag, "framelist.size() == 0 : Line# 74"},
+                  {kAvcTag, "ret != TS_OK : Line# 38"}}}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+// Random bytes and a real stream cut anywhere: indexing either fails cleanly
+// or gives units inside the file, and delivering them into buffers of the
+// announced size never touches memory past those buffers.
+TEST(AVCStreamParser, RandomAndCutInputsNeverEscapeTheFileOrTheBuffer) {
+    std::mt19937 rng(1234);
+    std::ifstream sample(DataPath("h264/four_slices_bframes.264"), std::ios::binary);
+    const std::string real((std::istreambuf_iterator<char>(sample)), {});
+    ASSERT_FALSE(real.empty());
+    ScratchDir dir;
+    for (int round = 0; round < 60; ++round) {
+        std::string bytes = real.substr(0, 1 + rng() % real.size());
+        if (round % 2 == 0) {
+            // Few distinct values, so that start codes and slice headers occur.
+            for (char& c : bytes) c = "\0\0\0\1\x65\x41\x67\x68\x09\x80"[rng() % 10];
+        }
+        for (bool sliceMode : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "round " << round << " slices " << sliceMode);
+            AVCStreamParser parser;
+            ConfigParam config;
+            config.mInputFileName = dir.Write("r.264", bytes);
+            config.mSliceMode = sliceMode;
+            parser.SetConfig(config);
+            if (parser.Init() != TS_OK) continue;
+            for (const auto& [frame, units] : parser.frameOffsetTable()) {
+                for (const auto& unit : units) {
+                    // A 3-byte start code opening the file puts a parameter set
+                    // one byte before it; reading that unit then fails.
+                    if (unit.mOffset == ~0ull) continue;
+                    EXPECT_LE(unit.mOffset + unit.mLength, bytes.size()) << "frame " << frame;
+                }
+            }
+            for (int call = 0; call < 100; ++call) {
+                const uint32_t needed = parser.GetBufferLength();
+                auto buffer = MakeLinearBuffer(uint64_t{needed} + 4096);
+                buffer->mCapacity = needed == 0 ? 1 : needed;
+                const uint64_t capacity = buffer->mCapacity;
+                const int32_t status = parser.Process(buffer);
+                buffer->mCapacity = uint64_t{needed} + 4096;
+                const auto memory = ReadAll(*buffer);
+                for (size_t i = capacity; i < memory.size(); ++i) ASSERT_EQ(memory[i], 0);
+                if (status != TS_OK || (buffer->mFlags & Buffer::FLAG_EOS)) break;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tessaro
