@@ -5,12 +5,12 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "compressed/ByteSource.h"
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {
@@ -48,11 +48,20 @@ public:
         } bufferInfo;
     };
 
+    // Releases the scratch buffer, the table and the input file.
     ~StreamParserCompressed() override = default;
 
+    // Fills one linear client buffer with the next frame (or, in slice mode, the
+    // next slice), sets its length, timestamp, end-of-frame and flags, and moves
+    // the delivery cursor on. After the end of the stream every call returns
+    // TS_OK with the buffer flagged EOS only.
     int32_t Process(std::shared_ptr<Buffer> buffer) override;
+    // Back to the constructed state (but STATE::STOPPED); always TS_OK.
     int32_t DeInit() override;
+    // Moves the delivery cursor to mConfigParam.mSeekFrame (or the nearest sync frame).
     int32_t Seek() override;
+    // Bytes the next Process call will write (0 once the frame limit is passed),
+    // or a negative status. Changes nothing.
     uint32_t GetBufferLength() override;
 
     // Indexes the whole input by calling ReadfromInputFile once per frame (or
@@ -81,11 +90,34 @@ protected:
     bool mIsSeekSet = false;     // a seek fixed the next frame and Process has not consumed it
     uint64_t mFileSize = 0;      // input size, measured by the codec Init
     uint32_t mFrameCount = 1;    // delivery counter; the stream ends once it exceeds mFrames
-    std::ifstream mInputFile;    // the compressed input, binary
+    ByteSource mInputFile;       // the compressed input, binary
     std::shared_ptr<unsigned char> mBufferPtr;  // kScratchSize scratch bytes for the scanners
     std::unordered_map<uint32_t, std::vector<FrameInfo>> mFrameOffsetTable;
     FetchContent mFetchContent;  // the delivery cursor
     uint32_t mSliceMode = 0;     // copied from mConfigParam.mSliceMode by the codec Init
+
+private:
+    // What one Process call has put into the client buffer so far.
+    struct Delivery {
+        Buffer& buffer;
+        uint32_t total = 0;    // bytes written in this call
+        uint32_t layerId = 0;  // mLayerId of the unit read last
+    };
+
+    // Reads length bytes at offset of the input into the client buffer behind
+    // what this call has already written, and sets the buffer's flags from unit.
+    int32_t readData(Delivery& delivery, const FrameInfo& unit, uint64_t offset, uint64_t length);
+    // The frame the cursor's frameNum stands for, after the mLoopFrames wrap.
+    uint32_t EffectiveFrame(uint32_t frameNum) const;
+    bool FrameLimitPassed() const;
+    bool EndOfStreamReached() const;
+    // Flags the buffer EOS only and drops a pending seek ("Already reached EOS.").
+    int32_t SignalEndOfStream(Buffer& buffer);
+    void ClearSeekRequest();
+    // The slice number that is read for the cursor's sliceNum (mSliceOrder).
+    int32_t OrderedSlice(const FrameInfo& unit, uint32_t& slice, bool dryRun) const;
+    void CompleteFrame(Buffer& buffer, bool wholeUnit);
+    int32_t CloseBuffer(Delivery& delivery);
 };
 
 }  // namespace tessaro

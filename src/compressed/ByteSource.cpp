@@ -1,0 +1,158 @@
+#include "compressed/ByteSource.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace tessaro {
+
+ByteSource::~ByteSource() {
+    if (mFd >= 0) ::close(mFd);
+}
+
+bool ByteSource::open(const std::string& path) {
+    if (mFd >= 0) {
+        mState |= kFail;
+        return false;
+    }
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        mState |= kFail;
+        return false;
+    }
+    struct stat st {};
+    if (fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+        ::close(fd);
+        mState |= kFail;
+        return false;
+    }
+    mFd = fd;
+    mPos = 0;
+    mBufStart = 0;
+    mBufLen = 0;
+    mGcount = 0;
+    mState = 0;
+    return true;
+}
+
+void ByteSource::close() {
+    if (mFd < 0) {
+        mState |= kFail;
+        return;
+    }
+    if (::close(mFd) != 0) mState |= kFail;
+    mFd = -1;
+    mBufLen = 0;
+}
+
+uint64_t ByteSource::size() const {
+    struct stat st {};
+    if (mFd < 0 || fstat(mFd, &st) != 0) return 0;
+    return static_cast<uint64_t>(st.st_size);
+}
+
+ByteSource& ByteSource::seekg(int64_t offset, std::ios_base::seekdir dir) {
+    mState &= static_cast<uint8_t>(~kEof);
+    if (fail() || mFd < 0) {
+        mState |= kFail;
+        return *this;
+    }
+    int64_t base = 0;
+    if (dir == std::ios_base::cur) base = static_cast<int64_t>(mPos);
+    if (dir == std::ios_base::end) base = static_cast<int64_t>(size());
+    // Overflow-free: both operands stay far below the int64 range for files.
+    if ((offset < 0 && base < -offset) || (offset > 0 && offset > INT64_MAX - base)) {
+        mState |= kFail;
+        return *this;
+    }
+    mPos = static_cast<uint64_t>(base + offset);
+    return *this;
+}
+
+bool ByteSource::Refill() {
+    if (mBuf.size() != kReadAhead) mBuf.resize(kReadAhead);
+    for (;;) {
+        const ssize_t n = pread(mFd, mBuf.data(), kReadAhead, static_cast<off_t>(mPos));
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            mBufLen = 0;
+            mState |= kBad | kFail;
+            return false;
+        }
+        mBufStart = mPos;
+        mBufLen = static_cast<uint64_t>(n);
+        if (n == 0) {
+            mState |= kEof | kFail;
+            return false;
+        }
+        return true;
+    }
+}
+
+ByteSource& ByteSource::get(uint8_t& byte) {
+    mGcount = 0;
+    if (!good() || mFd < 0) {
+        mState |= kFail;
+        return *this;
+    }
+    if (mPos < mBufStart || mPos >= mBufStart + mBufLen) {
+        if (!Refill()) return *this;
+    }
+    byte = mBuf[mPos - mBufStart];
+    ++mPos;
+    mGcount = 1;
+    return *this;
+}
+
+ByteSource& ByteSource::read(void* dst, uint64_t n) {
+    mGcount = 0;
+    if (!good() || mFd < 0) {
+        mState |= kFail;
+        return *this;
+    }
+    auto* out = static_cast<uint8_t*>(dst);
+    // Whatever the read-ahead already holds, then straight from the file.
+    if (mPos >= mBufStart && mPos < mBufStart + mBufLen) {
+        const uint64_t have = mBufStart + mBufLen - mPos;
+        const uint64_t take = have < n ? have : n;
+        std::memcpy(out, mBuf.data() + (mPos - mBufStart), take);
+        mPos += take;
+        mGcount = take;
+    }
+    if (mGcount < n) {
+        if (n - mGcount < kReadAhead) {
+            while (mGcount < n && Refill()) {
+                const uint64_t take = (n - mGcount) < mBufLen ? (n - mGcount) : mBufLen;
+                std::memcpy(out + mGcount, mBuf.data(), take);
+                mPos += take;
+                mGcount += take;
+            }
+        } else {
+            const uint64_t got = ReadAt(mPos, out + mGcount, n - mGcount);
+            mPos += got;
+            mGcount += got;
+        }
+    }
+    if (mGcount < n) mState |= bad() ? kFail : (kEof | kFail);
+    return *this;
+}
+
+uint64_t ByteSource::ReadAt(uint64_t offset, void* dst, uint64_t n) const {
+    if (mFd < 0) return 0;
+    auto* out = static_cast<uint8_t*>(dst);
+    uint64_t done = 0;
+    while (done < n) {
+        const uint64_t chunk = (n - done) > (1u << 30) ? (1u << 30) : (n - done);
+        const ssize_t got = pread(mFd, out + done, static_cast<size_t>(chunk),
+                                  static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        done += static_cast<uint64_t>(got);
+    }
+    return done;
+}
+
+}  // namespace tessaro

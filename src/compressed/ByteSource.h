@@ -1,0 +1,91 @@
+// ByteSource: the input file of the compressed parsers.
+//
+// It keeps the stream-state rules of a binary input file stream, which the
+// scanners' decisions rely on: a read that runs out of bytes sets both the
+// end-of-file and the fail state; a read in any state other than good fails;
+// tellg() is -1 while the fail state is set; seekg() first clears the
+// end-of-file state and does nothing while the fail state is set; clear()
+// resets the state. Sequential reads (get, read) go through a read-ahead
+// buffer, so scanning byte by byte costs no system call per byte.
+//
+// ReadAt() is the delivery path: one positioned read straight into the
+// caller's memory, independent of the scan position and of the stream state.
+//
+// Only the sequential interface carries state; swapping this class for a
+// faster source means keeping these rules, not touching a scanner.
+#pragma once
+
+#include <cstdint>
+#include <ios>
+#include <string>
+#include <vector>
+
+namespace tessaro {
+
+class ByteSource {
+public:
+    ByteSource() = default;
+    ~ByteSource();
+    ByteSource(const ByteSource&) = delete;
+    ByteSource& operator=(const ByteSource&) = delete;
+
+    // Opens path for reading. Fails (and sets the fail state) when the source
+    // is already open, the path cannot be opened, or it names a directory. On
+    // success the state is cleared and the position is 0.
+    bool open(const std::string& path);
+    bool is_open() const { return mFd >= 0; }
+    // Closes the file; closing a source that is not open sets the fail state.
+    void close();
+
+    bool good() const { return mState == 0; }
+    bool eof() const { return (mState & kEof) != 0; }
+    bool fail() const { return (mState & (kFail | kBad)) != 0; }
+    bool bad() const { return (mState & kBad) != 0; }
+    explicit operator bool() const { return !fail(); }
+    bool operator!() const { return fail(); }
+    void clear() { mState = 0; }
+    void setFail() { mState |= kFail; }
+
+    // The read position, or -1 while the fail state is set.
+    int64_t tellg() const { return fail() ? -1 : static_cast<int64_t>(mPos); }
+    // Moves the read position (from the start, the current position or the end).
+    // A target before the start sets the fail state; one past the end is allowed
+    // and the next read then hits the end of the file.
+    ByteSource& seekg(int64_t pos) { return seekg(pos, std::ios_base::beg); }
+    ByteSource& seekg(int64_t offset, std::ios_base::seekdir dir);
+
+    // Reads one byte. At the end of the file sets end-of-file and fail.
+    ByteSource& get(uint8_t& byte);
+    // Reads up to n bytes; gcount() tells how many arrived. Fewer than n sets
+    // end-of-file and fail.
+    ByteSource& read(void* dst, uint64_t n);
+    uint64_t gcount() const { return mGcount; }
+
+    // One positioned read of up to n bytes at offset into dst, without touching
+    // the read position or the state. Returns the bytes read (short at the end
+    // of the file or on an error).
+    uint64_t ReadAt(uint64_t offset, void* dst, uint64_t n) const;
+
+    // Current size of the open file in bytes (0 when not open).
+    uint64_t size() const;
+
+private:
+    static constexpr uint8_t kEof = 1;
+    static constexpr uint8_t kFail = 2;
+    static constexpr uint8_t kBad = 4;
+    static constexpr uint64_t kReadAhead = 64 * 1024;
+
+    // Refills the read-ahead buffer at mPos; false at the end or on an error
+    // (with the state set accordingly).
+    bool Refill();
+
+    int mFd = -1;
+    uint64_t mPos = 0;        // read position
+    uint64_t mBufStart = 0;   // file offset of mBuf[0]
+    uint64_t mBufLen = 0;     // valid bytes in mBuf
+    uint64_t mGcount = 0;
+    uint8_t mState = 0;
+    std::vector<uint8_t> mBuf;
+};
+
+}  // namespace tessaro
