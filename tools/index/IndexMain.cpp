@@ -74,7 +74,7 @@ void PrintTable(const std::string& key, const std::string& path, const Table& ta
                         TypeName(u.mFrameType), u.mIsLastFrame, u.mLayerId);
             if (!slices) continue;
             for (const auto& s : SortedSlices(u)) {
-                std::printf("%6s slice %-5u %7" PRIu64 " %10" PRIu64 "\n", "", s.first, s.second.first, s.second.second);
+                std::printf("%6s %5s %12" PRIu64 " %10" PRIu64 " slice %u\n", "", "", s.second.first, s.second.second, s.first);
             }
         }
     }
