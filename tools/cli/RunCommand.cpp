@@ -42,16 +42,18 @@ namespace {
 // Reports a failing call and gives the exit status for it.
 class Failure {
 public:
-    explicit Failure(const LogRouter& router) : mRouter(router) {}
+    explicit Failure(LogRouter& router) : mRouter(router) {}
+    // Forgets earlier error lines: call before each library call that may fail.
+    void Arm() const { mRouter.ClearErrors(); }
     int operator()(const std::string& what, int32_t status) const {
         std::fprintf(stderr, "tessaro: %s failed with status %d (%s)", what.c_str(), status, StatusName(status).c_str());
-        if (!mRouter.lastError().empty()) std::fprintf(stderr, ": %s", mRouter.lastError().c_str());
+        if (!mRouter.errors().empty()) std::fprintf(stderr, ": %s", mRouter.errors().c_str());
         std::fprintf(stderr, "\n");
         return 1;
     }
 
 private:
-    const LogRouter& mRouter;
+    LogRouter& mRouter;
 };
 
 // A file the tool writes itself (--dump, --md5-file), closed on every path.
@@ -97,8 +99,10 @@ public:
         c.mStride = mOptions.config.mStride;
         c.mScanlines = mOptions.config.mScanlines;
         c.mPixFormat = mOptions.writerPixFormat;
+        mFail.Arm();
         int32_t status = mWriter->SetConfig(c);
         if (status != TS_OK) return mFail(mOptions.writerKey + " SetConfig", status);
+        mFail.Arm();
         status = mWriter->Init();
         if (status != TS_OK) return mFail(mOptions.writerKey + " Init", status);
         return 0;
@@ -109,6 +113,7 @@ public:
     int Write(const std::shared_ptr<Buffer>& buffer) {
         const uint32_t pictures = mOptions.config.mSuperFrame;
         if (!FillsGraphicBuffers(mOptions.family) || pictures <= 1) {
+            mFail.Arm();
             const int32_t status = mWriter->Process(buffer);
             return status == TS_OK ? 0 : mFail(mOptions.writerKey + " Process", status);
         }
@@ -128,6 +133,7 @@ public:
                 std::memcpy(mapping.vaddr(), view.data() + i * pictureBytes, pictureBytes);
             }
             single->mLength = pictureBytes;
+            mFail.Arm();
             const int32_t status = mWriter->Process(single);
             if (status != TS_OK) return mFail(mOptions.writerKey + " Process", status);
         }
@@ -155,8 +161,10 @@ public:
             return 1;
         }
         ConfigParam config = mOptions.config;
+        mFail.Arm();
         int32_t status = mProducer->SetConfig(config);
         if (status != TS_OK) return mFail("SetConfig", status);
+        mFail.Arm();
         status = mProducer->Init();
         if (status != TS_OK) return mFail("Init", status);
 
@@ -196,6 +204,7 @@ private:
         request.mSeekMode = mOptions.seekMode;
         request.mSeekFrame = mOptions.seekFrame;
         request.mSeekedFrame = 0;
+        mFail.Arm();
         const int32_t status = mProducer->SetConfig(request);
         if (status != TS_OK) return mFail("seek to frame " + std::to_string(mOptions.seekFrame), status);
         if (!mOptions.quiet) {
@@ -209,6 +218,7 @@ private:
     int Prepare() {
         uint64_t wanted = mOptions.capacity;
         if (wanted == 0) {
+            mFail.Arm();
             const uint32_t answer = mProducer->GetBufferLength();
             if (static_cast<int32_t>(answer) < 0) return mFail("GetBufferLength", static_cast<int32_t>(answer));
             wanted = answer;  // 0 after end of stream: keep the buffer we have
@@ -262,7 +272,7 @@ private:
             if (mOptions.maxBuffers != 0 && n >= mOptions.maxBuffers) break;
             if ((result = Prepare()) != 0) break;
             ResetProducedFields(*mBuffer);
-            mRouter.ClearLastError();
+            mFail.Arm();
             const int32_t status = mProducer->Process(mBuffer);
             if (status != TS_OK) {
                 result = mFail("Process (buffer " + std::to_string(n) + ")", status);

@@ -89,7 +89,9 @@ LogRouter::~LogRouter() {
 }
 
 void LogRouter::Record(int priority, const char* tag, const char* message) {
-    if (priority >= ANDROID_LOG_ERROR) mLastError = std::string(message) + " [" + tag + "]";
+    if (priority >= ANDROID_LOG_ERROR) {
+        mErrors += (mErrors.empty() ? "" : "; ") + std::string(message) + " [" + tag + "]";
+    }
     if (!mVerbose && priority < ANDROID_LOG_WARN) return;
     std::fprintf(stderr, "%s%c %s: %s\n", mBarVisible ? "\r\033[K" : "", PriorityLetter(priority), tag, message);
 }

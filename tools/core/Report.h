@@ -20,8 +20,8 @@ std::string FlagsName(uint32_t flags);
 std::string JsonEscape(const std::string& s);
 
 // Routes the library's log lines (liblog's logger hook) to stderr: from
-// warning priority up by default, everything when verbose. Remembers the most
-// recent error line so that a failure can name the check that failed.
+// warning priority up by default, everything when verbose. Collects the error
+// lines of the current call so that a failure can name the checks that failed.
 class LogRouter {
 public:
     // Installs the hook; only one router lives at a time.
@@ -30,9 +30,10 @@ public:
     LogRouter(const LogRouter&) = delete;
     LogRouter& operator=(const LogRouter&) = delete;
 
-    // "<message> [<tag>]" of the most recent error-priority line, or empty.
-    const std::string& lastError() const { return mLastError; }
-    void ClearLastError() { mLastError.clear(); }
+    // "<message> [<tag>]" of every error-priority line since the last
+    // ClearErrors, joined by "; " (the innermost failed check comes first), or empty.
+    const std::string& errors() const { return mErrors; }
+    void ClearErrors() { mErrors.clear(); }
     // Lines are printed after a "\r\033[K" while a progress bar is on screen.
     void SetBarVisible(bool visible) { mBarVisible = visible; }
 
@@ -42,7 +43,7 @@ public:
 private:
     bool mVerbose;
     bool mBarVisible = false;
-    std::string mLastError;
+    std::string mErrors;
 };
 
 // One-line progress bar on a terminal, redrawn at most ten times a second.

@@ -134,10 +134,11 @@ int Index(const ParsedArgs& args) {
         return 1;
     }
     parser->SetConfig(config);
+    router.ClearErrors();
     const int32_t status = parser->Init();
     if (status != TS_OK) {
         std::fprintf(stderr, "tessaro: Init failed with status %d (%s)", status, StatusName(status).c_str());
-        if (!router.lastError().empty()) std::fprintf(stderr, ": %s", router.lastError().c_str());
+        if (!router.errors().empty()) std::fprintf(stderr, ": %s", router.errors().c_str());
         std::fprintf(stderr, "\n");
         return 1;
     }
