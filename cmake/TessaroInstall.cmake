@@ -8,13 +8,18 @@ install(DIRECTORY include/tessaro DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS tessaro EXPORT tessaroTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-foreach(lib videobufferlayout mediandk)
-  if(TARGET ${lib})
-    install(TARGETS ${lib} EXPORT tessaroTargets
-      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-      PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  endif()
-endforeach()
+# The platform libraries with their headers: <VideoBufferLayout.h> at the top
+# of the include directory, the extractor's under <media/...>.
+if(TARGET videobufferlayout)
+  install(TARGETS videobufferlayout EXPORT tessaroTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endif()
+if(TARGET mediandk)
+  install(TARGETS mediandk EXPORT tessaroTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/media)
+endif()
 
 install(EXPORT tessaroTargets NAMESPACE tessaro:: DESTINATION ${TESSARO_CMAKE_DIR})
 configure_package_config_file(cmake/tessaroConfig.cmake.in
