@@ -55,6 +55,12 @@ same_packets() {  # same_packets <original> <md5 lines of the run>
   return 1
 }
 
+identical() {  # identical <a> <b> [run log]
+  if cmp -s "$1" "$2"; then echo "ok: identical bytes"; return 0; fi
+  echo "DIFFERS from the input"
+  return 1
+}
+
 # Runs the tool; records a table row. The check command gets the run's stdout file.
 run_row() {  # run_row <key> <input label> <output file> <check command...> -- <tool args...>
   local key=$1 label=$2 output=$3
@@ -81,12 +87,6 @@ run_row() {  # run_row <key> <input label> <output file> <check command...> -- <
   rows+=("$key|$label|$buffers|$bytes|${output#$out/}|$result")
 }
 
-first() {  # first <file>... : the first of the (already expanded) files that exists
-  local f
-  for f in "$@"; do [ -f "$f" ] && { echo "$f"; return 0; }; done
-  return 1
-}
-
 # ---- compressed: parse -> Write/Compressed --------------------------------------
 compressed() {  # compressed <key> <check: decode|decode-obu|packets|none> <files...>
   local key=$1 kind=$2 f
@@ -97,11 +97,19 @@ compressed() {  # compressed <key> <check: decode|decode-obu|packets|none> <file
     name=$(basename "$f")
     ext=${name##*.}
     written="$out/${name%.*}.out.$ext"
-    [ "$kind" = decode-obu ] && written="$out/${name%.*}.out.obu"
     case $kind in
       decode) run_row "$key" "$name" "$written" same_decode_file "$f" "$written" -- -i "$f" -o "$written" ;;
-      decode-obu) run_row "$key" "$name" "$written" same_decode_file "$f" "$written" -f obu -- -i "$f" -o "$written" ;;
-      packets) run_row "$key" "$name" "$written" same_packets "$f" -- -i "$f" -o "$written" --md5 ;;
+      decode-av1)
+        # Temporal units come out in the input's framing: OBUs from IVF and
+        # low-overhead files, size-prefixed units from Annex-B files.
+        local framing=obu
+        case $name in *annexb*) framing=av1 ;; esac
+        written="$out/${name%.*}.out.$framing"
+        run_row "$key" "$name" "$written" same_decode_file "$f" "$written" -f $framing -- -i "$f" -o "$written" ;;
+      packets)
+        written="$out/${name%.*}.out.frames"  # frame payloads without the IVF framing
+        run_row "$key" "$name" "$written" same_packets "$f" -- -i "$f" -o "$written" --md5 ;;
+      identical) run_row "$key" "$name" "$written" identical "$f" "$written" -- -i "$f" -o "$written" ;;
       *) run_row "$key" "$name" "$written" -- -i "$f" -o "$written" ;;
     esac
   done
@@ -116,9 +124,9 @@ same_decode_file() {
 shopt -s nullglob
 compressed Parse/AVC decode "$data"/h264/*.264 "$data"/avc/*.264
 compressed Parse/HEVC decode "$data"/hevc/*.265 "$data"/hevc/*.hevc "$data"/h265/*.265
-compressed Parse/AV1 decode-obu "$data"/av1/*.ivf "$data"/av1/*.obu
+compressed Parse/AV1 decode-av1 "$data"/av1/*.ivf "$data"/av1/*.obu
 compressed Parse/VPX packets "$data"/vpx/*.ivf "$data"/vp9/*.ivf "$data"/vp8/*.ivf
-compressed Parse/APV none "$data"/apv/*.apv
+compressed Parse/APV identical "$data"/apv/*.apv
 
 # ---- a pattern, then the raw round trip through its pictures --------------------
 pattern="$out/pattern_nv12_176x144.yuv"
@@ -132,15 +140,25 @@ pattern_check() {
 }
 run_row Pattern/NV12 "(generated)" "$pattern" pattern_check -- --size 176x144 --frames 10 -o "$pattern"
 
-raw_in=$(first "$data"/raw/*176x144*.nv12 "$data"/uncompressed/*176x144*.nv12 "$data"/raw/*176x144*nv12*.yuv "$data"/uncompressed/*176x144*nv12*.yuv) || raw_in=$pattern
-raw_out="$out/raw_roundtrip_176x144.nv12"
-identical() {
-  if cmp -s "$1" "$2"; then echo "ok: identical bytes"; return 0; fi
-  echo "DIFFERS from the input"
-  return 1
-}
-if [ -f "$raw_in" ]; then
-  run_row Parse/NV12 "$(basename "$raw_in")" "$raw_out" identical "$raw_in" "$raw_out" -- -i "$raw_in" --size 176x144 -o "$raw_out"
+# Raw files of the tree are named <anything>_<W>x<H>_<anything>.<format>.
+raw_done=0
+for f in "$data"/raw/*; do
+  name=$(basename "$f")
+  case ${name##*.} in
+    nv12) key=Parse/NV12 ;;
+    p010le|p010) key=Parse/P010 ;;
+    rgba) key=Parse/RGBA32 ;;
+    *) continue ;;
+  esac
+  size=$(echo "$name" | grep -oE '[0-9]+x[0-9]+' | head -1)
+  [ -n "$size" ] || continue
+  written="$out/${name%.*}.out.${name##*.}"
+  run_row $key "$name" "$written" identical "$f" "$written" -- -i "$f" --size "$size" -o "$written"
+  raw_done=1
+done
+if [ $raw_done = 0 ] && [ -f "$pattern" ]; then  # no raw samples: read the pattern back
+  run_row Parse/NV12 "$(basename "$pattern")" "$out/pattern.out.nv12" identical "$pattern" "$out/pattern.out.nv12" \
+    -- -i "$pattern" --size 176x144 -o "$out/pattern.out.nv12"
 fi
 
 # ---- a container track -> Write/Compressed --------------------------------------
