@@ -188,6 +188,61 @@ TEST(Tool, Md5LinesDescribeExactlyWhatWasDelivered) {
     }
 }
 
+TEST(Tool, SeekIsIssuedAfterTheGivenBuffer) {
+    const std::string sample = DataPath("h264/idr_gop.264");  // sync frames 1, 5, 9 of 12
+    if (!std::ifstream(sample).good()) GTEST_SKIP() << "no idr_gop.264 in this tree";
+    const Result r = Tool("run Parse/AVC -i " + sample + " --seek 6 --seek-after 2 --md5 --no-progress");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.err.find("tessaro: seek to frame 6 (sync) reached frame 9"), std::string::npos) << r.err;
+    const auto lines = ParseMd5Lines(r.out);
+    const uint64_t expected[] = {1, 2, 9, 10, 11, 12};  // two buffers, then the nearest sync frame on
+    ASSERT_EQ(lines.size(), std::size(expected));
+    for (size_t i = 0; i < lines.size(); ++i) EXPECT_EQ(lines[i].timestamp, expected[i] * 1000000u) << i;
+
+    const Result exact = Tool("run Parse/AVC -i " + sample + " --seek 6 --seek-mode exact --md5 --no-progress");
+    ASSERT_EQ(exact.status, 0) << exact.err;
+    EXPECT_EQ(ParseMd5Lines(exact.out).front().timestamp, 6000000u);
+
+    // The last frame is never a sync-seek target: the run fails naming both checks.
+    const Result last = Tool("run Parse/AVC -i " + sample + " --seek 12 --seek-after 1 --no-progress");
+    EXPECT_EQ(last.status, 1);
+    const auto own = ToolLines(last.err);
+    ASSERT_EQ(own.size(), 1u) << last.err;
+    EXPECT_NE(own[0].find("status -1 (TS_ERROR): mIsSeekSet == false : Line# "), std::string::npos) << own[0];
+    EXPECT_NE(own[0].find("Seek() != TS_OK : Line# 139 [Tessaro::Impl]"), std::string::npos) << own[0];
+}
+
+TEST(Tool, RawRoundTripWritesThePicturesBack) {
+    struct Case {
+        const char* key;
+        const char* file;
+        const char* extra;
+        size_t pictures;  // pictures expected back (of 5)
+    };
+    const Case cases[] = {
+        {"Parse/NV12", "raw/testsrc_64x48_5f.nv12", "", 5},
+        {"Parse/P010", "raw/testsrc_64x48_5f.p010le", "", 5},
+        {"Parse/RGBA32", "raw/testsrc_64x48_5f.rgba", "", 5},
+        // Two pictures a buffer: the writer takes them one by one; the odd
+        // fifth picture never fills a buffer.
+        {"Parse/NV12", "raw/testsrc_64x48_5f.nv12", "--super-frame 2", 4},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.key) + " " + c.extra);
+        const std::string input = DataPath(c.file);
+        if (!std::ifstream(input).good()) GTEST_SKIP() << "no raw samples in this tree";
+        ScratchDir dir;
+        const Result r = Tool(std::string("run ") + c.key + " -i " + input + " --size 64x48 -o " + dir.File("out") +
+                              " " + c.extra + " --no-progress");
+        ASSERT_EQ(r.status, 0) << r.err;
+        const std::string original = Slurp(input);
+        const std::string written = Slurp(dir.File("out"));
+        ASSERT_EQ(written.size(), original.size() / 5 * c.pictures);
+        EXPECT_TRUE(written == original.substr(0, written.size()));
+        EXPECT_NE(r.out.find(std::to_string(c.pictures) + " frames"), std::string::npos) << r.out;
+    }
+}
+
 // Decoded frames of a stream as ffmpeg's framemd5 lines (checksums only).
 std::vector<std::string> DecodedFrames(const std::string& path) {
     std::string out;

@@ -283,6 +283,7 @@ private:
             if (mBuffer->mFlags & Buffer::FLAG_EOS) break;
         }
         bar.Clear();
+        if (mOptions.family == Family::Pattern && mOptions.config.mInterlaced) mTotals.frames /= 2;  // fields
         mTotals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return result;
     }
