@@ -42,11 +42,11 @@ std::shared_ptr<TessaroInterface> TessaroFactory::getProcessorInstance(std::stri
     return processor;
 }
 
-TessaroFactory::~TessaroFactory() {
-    // The singleton's own reference is the last one, so this destructor runs
-    // while mFactoryInstance itself is being destroyed at exit; emptying it then
-    // would re-enter a shared pointer in the middle of its destruction.
-    if (mFactoryInstance.get() != this) mFactoryInstance.reset();
-}
+// The factory is only ever owned by mFactoryInstance (its constructor is
+// private), so this destructor runs only while that pointer is itself being
+// destroyed at exit and has already given up the factory. It therefore does not
+// empty mFactoryInstance again: that would touch the pointer in the middle of
+// its own destruction. mProcessorKey goes with the members.
+TessaroFactory::~TessaroFactory() = default;
 
 }  // namespace tessaro

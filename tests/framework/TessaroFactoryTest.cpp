@@ -111,6 +111,17 @@ TEST(Factory, GetInstanceIsOneSharedFactory) {
     EXPECT_EQ(logs.Count(5, kFactoryTag, "getInstance"), 2u);
 }
 
+// The static destructors run the factory's destructor during the release of
+// its own shared pointer; the process must still end as it asked to.
+TEST(Factory, ProcessEndsCleanlyWithTheFactoryAlive) {
+    EXPECT_EXIT(
+        {
+            auto processor = TessaroFactory::getInstance()->getProcessorInstance("Write/Compressed");
+            std::exit(processor != nullptr ? 7 : 1);
+        },
+        ::testing::ExitedWithCode(7), "");
+}
+
 TEST(Factory, EveryCallBuildsADistinctObject) {
     if (!ClassIsBuilt("uncompressed", "NV12StreamParser") || !ClassIsBuilt("writer", "StreamWriterCompressed")) {
         GTEST_SKIP() << "the raw readers are not part of this build";
