@@ -34,7 +34,9 @@ fi
 cmake -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/aarch64-linux-gnu.cmake" \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSARO_WITH_CONTAINER=$container >/dev/null
 cmake --build "$build" -j"$jobs"
-file "$build/libtessaro.so" "$build/tools/tessaro"
+for binary in "$build/libtessaro.so" "$build/tools/tessaro"; do
+  echo "$(basename "$binary"): $(readelf -h "$binary" | sed -n "s/ *Machine: *//p")"
+done
 # The package check builds host clients against the install; it does not apply here.
 QEMU_LD_PREFIX=/usr/aarch64-linux-gnu ctest --test-dir "$build" -j"$jobs" --output-on-failure -E '^package\.'
 echo "arm64 build and tests passed"

@@ -4,6 +4,7 @@
 // nowhere.
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
@@ -283,6 +284,10 @@ private:
             if (mBuffer->mFlags & Buffer::FLAG_EOS) break;
         }
         bar.Clear();
+        if (result == 0 && mOptions.seek && mTotals.buffers < mOptions.seekAfter) {
+            std::fprintf(stderr, "tessaro: the stream ended after %" PRIu64 " buffers; the seek after buffer %" PRIu64
+                         " was not issued\n", mTotals.buffers, mOptions.seekAfter);
+        }
         if (mOptions.family == Family::Pattern && mOptions.config.mInterlaced) mTotals.frames /= 2;  // fields
         mTotals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return result;
