@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -89,7 +90,10 @@ struct Track {
 }  // namespace mediandk
 
 struct AMediaExtractor {
+    AMediaExtractor() = default;
     ~AMediaExtractor() { Close(); }
+    AMediaExtractor(const AMediaExtractor&) = delete;
+    AMediaExtractor& operator=(const AMediaExtractor&) = delete;
 
     media_status_t Open(int callerFd, int64_t offset, int64_t length);
     void Close();
@@ -143,6 +147,18 @@ int64_t SeekSource(void* opaque, int64_t offset, int whence) {
     return target;
 }
 
+// Elementary streams without a container (an Annex-B .264, raw OBUs, a bare
+// picture sequence) are not media files to a device's extractor.
+bool IsBareElementaryStream(const AVInputFormat* format) {
+    static const char* const kBare[] = {"h264", "hevc", "vvc", "obu", "m4v", "h261", "h263", "mpegvideo",
+                                        "cavsvideo", "vc1", "mjpeg", "rawvideo", "data", "tty", "image2"};
+    const std::string name = format->name;
+    for (const char* bare : kBare) {
+        if (name == bare) return true;
+    }
+    return name.size() > 5 && name.compare(name.size() - 5, 5, "_pipe") == 0;
+}
+
 // FFmpeg prints demuxing trouble on stderr; a device's extractor does not.
 // Quieten it once, unless the host program has chosen a level of its own.
 void QuietenLibraryLogging() {
@@ -182,6 +198,7 @@ media_status_t AMediaExtractor::Open(int callerFd, int64_t offset, int64_t lengt
     if (avformat_open_input(&context, nullptr, nullptr, nullptr) < 0) {
         return AMEDIA_ERROR_UNSUPPORTED;  // the context is freed by the failed open
     }
+    if (IsBareElementaryStream(context->iformat)) return AMEDIA_ERROR_UNSUPPORTED;
     // Fills in what a header leaves open (Annex-B parameter sets of a
     // transport stream, for example); a failure leaves what the header said.
     avformat_find_stream_info(context, nullptr);
@@ -301,7 +318,7 @@ extern "C" {
 
 AMediaExtractor* AMediaExtractor_new(void) {
     QuietenLibraryLogging();
-    return new AMediaExtractor();
+    return new (std::nothrow) AMediaExtractor();
 }
 
 media_status_t AMediaExtractor_delete(AMediaExtractor* extractor) {
@@ -325,7 +342,7 @@ size_t AMediaExtractor_getTrackCount(AMediaExtractor* extractor) {
 
 AMediaFormat* AMediaExtractor_getTrackFormat(AMediaExtractor* extractor, size_t index) {
     if (extractor == nullptr || index >= extractor->tracks.size()) return nullptr;
-    return new AMediaFormat(extractor->tracks[index].format);
+    return new (std::nothrow) AMediaFormat(extractor->tracks[index].format);
 }
 
 media_status_t AMediaExtractor_selectTrack(AMediaExtractor* extractor, size_t index) {

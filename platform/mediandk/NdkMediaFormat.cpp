@@ -4,6 +4,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -49,7 +50,7 @@ Entry* Slot(AMediaFormat* format, const char* name, Entry::Type type) {
 
 extern "C" {
 
-AMediaFormat* AMediaFormat_new(void) { return new AMediaFormat(); }
+AMediaFormat* AMediaFormat_new(void) { return new (std::nothrow) AMediaFormat(); }
 
 media_status_t AMediaFormat_delete(AMediaFormat* format) {
     if (format == nullptr) return AMEDIA_ERROR_INVALID_PARAMETER;
