@@ -30,8 +30,7 @@ int32_t AVCStreamParser::Init() {
     mInputFile.open(mConfigParam.mInputFileName);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
     mInputFile.seekg(0, std::ios_base::end);
-    const int64_t end = mInputFile.tellg();
-    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+    mFileSize = static_cast<uint64_t>(mInputFile.tellg());
     TS_CHECK(mFileSize == 0, 29, -4);
     mInputFile.seekg(0, std::ios_base::beg);
     mSliceMode = mConfigParam.mSliceMode ? 1 : 0;

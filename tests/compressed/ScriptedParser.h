@@ -1,7 +1,7 @@
-// A compressed parser whose "scanner" hands out a scripted list of frames, so
-// the core (indexing, delivery, the dry run) can be tested without a codec.
-// Its input file holds every unit as a run of one distinct byte value, so a
-// delivered buffer tells which units and slices it carries.
+// A compressed parser whose scanner hands out scripted frames, so the core can
+// be tested without a codec. Its input file holds every unit as a run of one
+// distinct byte value (1, 2, 3, ... in file order), so a delivered buffer shows
+// which units and slices it carries.
 #pragma once
 
 #include <string>
@@ -12,71 +12,53 @@
 
 namespace tessaro::test {
 
-struct UnitSpec {
+struct UnitDef {
     uint32_t type;        // FRAME_TYPE_*
     uint32_t length;      // bytes
-    uint32_t slices = 0;  // slice table entries in slice mode (equal parts)
+    uint32_t slices = 0;  // equal slices recorded in slice mode
 };
-using FrameSpec = std::vector<UnitSpec>;
+using FrameDef = std::vector<UnitDef>;
 
 class ScriptedParser : public StreamParserCompressed {
 public:
-    // Writes the file: frame after frame, unit after unit.
-    ScriptedParser(const ScratchDir& dir, std::vector<FrameSpec> frames)
-        : mFrames(std::move(frames)) {
+    ScriptedParser(const ScratchDir& dir, std::vector<FrameDef> frames) : mFrames(std::move(frames)) {
         std::string bytes;
-        uint8_t value = 1;
         for (auto& frame : mFrames) {
             mOffsets.emplace_back();
             for (auto& unit : frame) {
                 mOffsets.back().push_back(bytes.size());
-                bytes.append(unit.length, static_cast<char>(value++));
+                bytes.append(unit.length, static_cast<char>(++mUnits));
             }
         }
-        mPath = dir.Write("scripted.bin", bytes);
-    }
-
-    // The byte value that fills unit u of file frame f (both 0-based).
-    uint8_t Fill(size_t f, size_t u) const {
-        uint8_t value = 1;
-        for (size_t i = 0; i < f; ++i) value = static_cast<uint8_t>(value + mFrames[i].size());
-        return static_cast<uint8_t>(value + u);
+        mConfigParam.mInputFileName = dir.Write("scripted.bin", bytes);
     }
 
     int32_t Init() override {
-        if (!mInputFile.open(mConfigParam.mInputFileName.empty() ? mPath
-                                                                 : mConfigParam.mInputFileName)) {
-            return TS_ERROR;
-        }
+        if (!mInputFile.open(mConfigParam.mInputFileName)) return TS_ERROR;
         mFileSize = mInputFile.size();
         mSliceMode = mConfigParam.mSliceMode ? 1 : 0;
         const int32_t ret = BuildOffsetTable();
-        if (ret != TS_OK) return ret;
-        mState = STATE::RUNNING;
-        return TS_OK;
+        if (ret == TS_OK) mState = STATE::RUNNING;
+        return ret;
     }
 
-    // One file frame per call; the last one ends the file unless more frames
-    // are wanted, then the script starts over (as the codec scanners do).
+    // One file frame per call; the last one ends the input unless more frames
+    // are wanted, then the script starts over, as the codec scanners do.
     int32_t ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist, uint32_t,
-                              std::shared_ptr<unsigned char> buffer) override {
-        ++mCalls;
-        if (buffer == nullptr) return -2;
-        if (frameNum == mFailAt) return mFailStatus;
+                              std::shared_ptr<unsigned char>) override {
+        if (frameNum == mFailAt) return -7;
         if (frameNum == mEmptyAt || mNext >= mFrames.size()) return TS_OK;
         const size_t f = mNext++;
         for (size_t u = 0; u < mFrames[f].size(); ++u) {
-            const UnitSpec& spec = mFrames[f][u];
+            const UnitDef& def = mFrames[f][u];
             FrameInfo info;
             info.mOffset = mOffsets[f][u];
-            info.mLength = spec.length;
+            info.mLength = def.length;
             info.mFrameNum = frameNum;
-            info.mFrameType = spec.type;
-            if (mSliceMode == 1) {
-                for (uint32_t s = 0; s < spec.slices; ++s) {
-                    const uint64_t part = spec.length / spec.slices;
-                    info.mSliceOffsetTable[s + 1] = {info.mOffset + s * part, part};
-                }
+            info.mFrameType = def.type;
+            for (uint32_t s = 0; mSliceMode == 1 && s < def.slices; ++s) {
+                const uint64_t part = def.length / def.slices;
+                info.mSliceOffsetTable[s + 1] = {info.mOffset + s * part, part};
             }
             framelist.push_back(info);
         }
@@ -90,24 +72,21 @@ public:
         return TS_OK;
     }
 
-    // Test hooks on the protected state.
+    // A pending seek to `frame`, as a successful Seek leaves it.
     void SetSeekPending(uint32_t frame) {
         mIsSeekSet = true;
         mFrameCount = frame;
         mFetchContent.bufferInfo = {frame, 0, 1};
         mConfigParam.mSeekMode = 2;
-        mConfigParam.mSeekFrame = frame;
-        mConfigParam.mSeekedFrame = frame;
+        mConfigParam.mSeekFrame = mConfigParam.mSeekedFrame = frame;
     }
 
-    std::string mPath;
-    std::vector<FrameSpec> mFrames;
+    std::vector<FrameDef> mFrames;
     std::vector<std::vector<uint64_t>> mOffsets;
     size_t mNext = 0;
-    uint32_t mCalls = 0;
-    uint32_t mFailAt = 0;   // frame number whose call fails with mFailStatus
-    int32_t mFailStatus = -7;
-    uint32_t mEmptyAt = 0;  // frame number whose call appends nothing
+    int mUnits = 0;
+    uint32_t mFailAt = 0;   // frame number whose scanner call fails with -7
+    uint32_t mEmptyAt = 0;  // frame number whose scanner call appends nothing
 };
 
 }  // namespace tessaro::test
