@@ -41,8 +41,7 @@ int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
         if (auSize == 0) return TS_ERROR;
         // auSize < maxBufSize, so adding the size field cannot wrap.
         int32_t ret = CreateEntryInFrameList(frameNum, framelist, maxBufSize,
-                                             auSize + static_cast<uint32_t>(mSizeFieldLen),
-                                             buffer);
+                                             auSize + static_cast<uint32_t>(mSizeFieldLen), buffer);
         TS_CHECK(ret != TS_OK, 158, TS_ERROR);
         mInputFile.seekg(static_cast<int64_t>(auSize), std::ios_base::cur);
         return TS_OK;
@@ -78,7 +77,8 @@ int32_t APVStreamParser::CreateEntryInFrameList(uint32_t frameNum,
     TS_CHECK(maxBufSize < frameSize, 52, -4);
 
     FrameInfo entry;
-    entry.mOffset = static_cast<uint64_t>(mInputFile.tellg()) - static_cast<uint64_t>(mSizeFieldLen);
+    entry.mOffset =
+        static_cast<uint64_t>(mInputFile.tellg()) - static_cast<uint64_t>(mSizeFieldLen);
     entry.mLength = frameSize;
     entry.mFrameNum = frameNum;
     entry.mFrameType = FRAME_TYPE_SYNC;

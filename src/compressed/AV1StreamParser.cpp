@@ -31,9 +31,7 @@ constexpr const char* kReadObuHeaderFailed =
 
 }  // namespace
 
-bool AV1StreamParser::ReadByte(uint8_t& byte) {
-    return static_cast<bool>(mInputFile.get(byte));
-}
+bool AV1StreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
 
 int32_t AV1StreamParser::ULebDecode(const unsigned char* data, unsigned long available,
                                     unsigned long* value, unsigned long* length) {
@@ -146,13 +144,13 @@ bool AV1StreamParser::IsAnnexBInBitstream() {
 
 bool AV1StreamParser::SawObuHeader() {
     TS_LOGI("SawObuHeader");
-    SeekInput(0);
+    mInputFile.seekg(0, std::ios_base::beg);
     if (IsAnnexBInBitstream()) {
         mIsAnnexB = true;
         TS_LOGI("Bitstream is of type Annex-B");
         return true;
     }
-    SeekInput(0);
+    mInputFile.seekg(0, std::ios_base::beg);
     unsigned long obuHdrSize = 0;
     ObuHeader obuHdr;
     if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
@@ -184,7 +182,6 @@ int32_t AV1StreamParser::Init() {
         mFileType = kFileTypeObu;
     }
 
-    mInputFile.clear();
     mInputFile.seekg(0, std::ios_base::end);
     const int64_t end = mInputFile.tellg();
     mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
@@ -198,8 +195,7 @@ int32_t AV1StreamParser::Init() {
     return TS_OK;
 }
 
-int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize,
-                                              SliceTable& sliceOffsetTable) {
+int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable& sliceOffsetTable) {
     TS_LOGW("ReadTemporalUnitSize");
     if (mIsAnnexB) {
         unsigned long length = 0;
@@ -278,12 +274,10 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
         SliceTable sliceOffsetTable;
         TS_CHECK_TEXT(ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
                       kReadTemporalUnitSizeFailed, 483, TS_ERROR);
+        // Back to the unit's first byte: the entry reads the unit from there.
         SeekInput(unitStart);
-        // A unit of more than 4 GiB cannot be one entry: the size check refuses it.
-        const uint32_t entrySize =
-            tuSize > 0xFFFFFFFFul ? 0xFFFFFFFFu : static_cast<uint32_t>(tuSize);
-        int32_t ret = VPXStreamParser::CreateEntryInFrameList(frameNum, framelist, maxBufSize,
-                                                              entrySize, buffer);
+        int32_t ret = VPXStreamParser::CreateEntryInFrameList(
+            frameNum, framelist, maxBufSize, static_cast<uint32_t>(tuSize), buffer);
         TS_CHECK(ret != TS_OK, 489, TS_ERROR);
         if (!framelist.empty()) framelist.back().mSliceOffsetTable = std::move(sliceOffsetTable);
     } else if (mFileType == kFileTypeIvf) {

@@ -20,9 +20,7 @@ int32_t HEVCStreamParser::Init() {
     return TS_OK;
 }
 
-bool HEVCStreamParser::ReadByte(uint8_t& byte) {
-    return static_cast<bool>(mInputFile.get(byte));
-}
+bool HEVCStreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
 
 void HEVCStreamParser::CloseLastEntry(std::vector<FrameInfo>& framelist) {
     FrameInfo& last = framelist.back();
@@ -136,7 +134,8 @@ int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<Frame
                 entry.mLayerId = layerId;
                 entry.mFrameType = IsSyncPicture(type) ? FRAME_TYPE_SYNC : FRAME_TYPE_NON_SYNC;
                 framelist.push_back(entry);
-                if (mSliceMode == 1 && ParseSlicesFromFrame(framelist, maxBufSize, buffer) != TS_OK) {
+                if (mSliceMode == 1 &&
+                    ParseSlicesFromFrame(framelist, maxBufSize, buffer) != TS_OK) {
                     return HandleEndOfData(frameNum, framelist, sawStartCode);
                 }
                 entryOpen = true;

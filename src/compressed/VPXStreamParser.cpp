@@ -29,7 +29,7 @@ void VPXStreamParser::SeekInput(uint64_t offset) {
 
 bool VPXStreamParser::SawDKIFHeader() {
     TS_LOGI("SawDKIFHeader");
-    SeekInput(0);
+    mInputFile.seekg(0, std::ios_base::beg);
     char signature[4] = {};
     if (readInputFile(signature, sizeof(signature)) != TS_OK) return false;
     return std::memcmp(signature, "DKIF", sizeof(signature)) == 0;
@@ -51,7 +51,6 @@ int32_t VPXStreamParser::Init() {
         mIvfMode = kIvfWithFileHeader;
     }
 
-    mInputFile.clear();
     mInputFile.seekg(0, std::ios_base::end);
     const int64_t end = mInputFile.tellg();
     mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
@@ -77,23 +76,23 @@ int32_t VPXStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     unsigned char timestamp[8];
     unsigned char ivfHeader[kIvfFileHeaderSize];
     if (mIvfMode == kIvfHeaderless) {
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK,
-                      "readInputFile(&frameSize, 4) != TS_OK", 174, TS_ERROR);
-        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK,
-                      "readInputFile(&timestamp, 8) != TS_OK", 177, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
+                      174, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK, "readInputFile(&timestamp, 8) != TS_OK",
+                      177, TS_ERROR);
     } else if (mIvfMode == kIvfWithFileHeader) {
         if (frameNum == 1 || mRestarted) {
             mRestarted = false;
             TS_CHECK_TEXT(readInputFile(ivfHeader, kIvfFileHeaderSize) != TS_OK,
                           "readInputFile(ivfHeader, 32) != TS_OK", 163, TS_ERROR);
         }
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK,
-                      "readInputFile(&frameSize, 4) != TS_OK", 167, TS_ERROR);
-        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK,
-                      "readInputFile(&timestamp, 8) != TS_OK", 170, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
+                      167, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK, "readInputFile(&timestamp, 8) != TS_OK",
+                      170, TS_ERROR);
     } else {
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK,
-                      "readInputFile(&frameSize, 4) != TS_OK", 181, TS_ERROR);
+        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
+                      181, TS_ERROR);
     }
     const uint32_t frameSize = LittleEndian32(sizeField);
 
