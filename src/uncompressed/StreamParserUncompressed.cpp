@@ -6,14 +6,15 @@ namespace tessaro {
 
 namespace {
 
-// Timestamps go out as whole microseconds, rounded half away from zero. The
-// conversion goes through a signed 64-bit value so that a timestamp a frame-rate
-// change made negative wraps instead of being undefined.
+// Timestamps go out as whole microseconds, rounded half away from zero. A
+// timestamp outside the 32-bit range (a frame-rate change can rebase it below
+// zero) saturates at the nearer end, as the device's conversion does.
 uint32_t RoundTimestamp(float timestamp) {
-    if (!std::isfinite(timestamp)) return 0;
+    if (std::isnan(timestamp)) return 0;
     const double rounded = std::round(static_cast<double>(timestamp));
-    if (rounded >= 9.2e18 || rounded <= -9.2e18) return 0;
-    return static_cast<uint32_t>(static_cast<int64_t>(rounded));
+    if (rounded <= 0.0) return 0;
+    if (rounded >= 4294967295.0) return UINT32_MAX;
+    return static_cast<uint32_t>(rounded);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "support/ClientBuffer.h"
+#include "support/Probe.h"
 #include "support/TestPaths.h"
 #include "tessaro/ConfigParam.h"
 
@@ -57,10 +58,7 @@ inline int PictureNumber(const Buffer& buffer) {
 
 inline std::vector<uint8_t> Bytes(const std::string& s) { return {s.begin(), s.end()}; }
 
-inline std::vector<uint8_t> ReadFile(const std::string& path) {
-    std::string out;
-    RunCommand("cat '" + path + "'", &out);
-    return Bytes(out);
-}
+// The whole content of a file as bytes (empty if it cannot be read).
+inline std::vector<uint8_t> FileBytes(const std::string& path) { return Bytes(ReadFile(path)); }
 
 }  // namespace tessaro::test
