@@ -1,0 +1,99 @@
+#include "compressed/APVStreamParser.h"
+
+namespace tessaro {
+
+int32_t APVStreamParser::Init() {
+    TS_LOGI("Init");
+    mInputFile.open(mConfigParam.mInputFileName);
+    TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
+    mInputFile.seekg(0, std::ios_base::end);
+    const int64_t end = mInputFile.tellg();
+    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+    TS_CHECK(mFileSize == 0, 29, -4);
+    mInputFile.seekg(0, std::ios_base::beg);
+    mSliceMode = 0;
+    int32_t ret = BuildOffsetTable();
+    TS_CHECK(ret != TS_OK, 36, ret);
+    mState = STATE::RUNNING;
+    return TS_OK;
+}
+
+int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
+                                           uint32_t maxBufSize,
+                                           std::shared_ptr<unsigned char> buffer) {
+    TS_LOGW("ReadfromInputFile");
+    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 88, TS_OK);
+    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 89, TS_OK);
+    TS_CHECK(buffer == nullptr, 91, -2);
+
+    unsigned char sizeField[4];
+    mInputFile.read(sizeField, sizeof(sizeField));
+    if (mInputFile && mInputFile.gcount() == sizeof(sizeField)) {
+        const uint32_t auSize = (static_cast<uint32_t>(sizeField[0]) << 24) |
+                                (static_cast<uint32_t>(sizeField[1]) << 16) |
+                                (static_cast<uint32_t>(sizeField[2]) << 8) |
+                                static_cast<uint32_t>(sizeField[3]);
+        if (auSize >= maxBufSize) {
+            TS_LOGE("Buffer is full, allocated:%u required:%llu", maxBufSize,
+                    static_cast<unsigned long long>(auSize));
+            return TS_ERROR;
+        }
+        if (auSize == 0) return TS_ERROR;
+        // auSize < maxBufSize, so adding the size field cannot wrap.
+        int32_t ret = CreateEntryInFrameList(frameNum, framelist, maxBufSize,
+                                             auSize + static_cast<uint32_t>(mSizeFieldLen), buffer);
+        TS_CHECK(ret != TS_OK, 158, TS_ERROR);
+        mInputFile.seekg(static_cast<int64_t>(auSize), std::ios_base::cur);
+        return TS_OK;
+    }
+
+    TS_LOGE("Error. Failed to Read from File");
+    TS_LOGW("File Read Error.");
+    if (!mInputFile.eof()) return TS_ERROR;
+    mInputFile.clear();
+    if (framelist.empty()) return TS_OK;
+    FrameInfo& last = framelist.back();
+    last.mLength = mFileSize - last.mOffset;
+    if (mConfigParam.mFrames > frameNum) {
+        TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
+        last.mIsLastFrame = 0;
+        mInputFile.seekg(0, std::ios_base::beg);
+    } else {
+        last.mIsLastFrame = 1;
+    }
+    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", last.mFrameNum,
+            static_cast<int>(framelist.size()), static_cast<unsigned long long>(last.mOffset),
+            static_cast<int>(last.mLength));
+    return TS_OK;
+}
+
+int32_t APVStreamParser::CreateEntryInFrameList(uint32_t frameNum,
+                                                std::vector<FrameInfo>& framelist,
+                                                uint32_t maxBufSize, uint32_t frameSize,
+                                                std::shared_ptr<unsigned char> buffer) {
+    TS_LOGI("CreateEntryInFrameList");
+    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 50, TS_OK);
+    TS_CHECK(buffer == nullptr, 51, -2);
+    TS_CHECK(maxBufSize < frameSize, 52, -4);
+
+    FrameInfo entry;
+    entry.mOffset =
+        static_cast<uint64_t>(mInputFile.tellg()) - static_cast<uint64_t>(mSizeFieldLen);
+    entry.mLength = frameSize;
+    entry.mFrameNum = frameNum;
+    entry.mFrameType = FRAME_TYPE_SYNC;
+    framelist.push_back(entry);
+    FrameInfo& added = framelist.back();
+    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", added.mFrameNum,
+            static_cast<int>(framelist.size()), static_cast<unsigned long long>(added.mOffset),
+            static_cast<int>(added.mLength));
+
+    mBytesListed += frameSize;
+    if (mBytesListed == mFileSize) {
+        added.mIsLastFrame = 1;
+        TS_LOGI("Saw EOS. Further Skip Reading input file.");
+    }
+    return TS_OK;
+}
+
+}  // namespace tessaro
