@@ -15,6 +15,11 @@ if(ANDROID)
     $<BUILD_INTERFACE:${TESSARO_LOG_LIB}>
     $<BUILD_INTERFACE:${TESSARO_MEDIANDK_LIB}>
     $<BUILD_INTERFACE:${TESSARO_LAYOUT_LIB}>)
+  # The device's layout library has the same four C functions as the Linux
+  # stand-in; its header is taken from the tree unless one is given.
+  set(TESSARO_LAYOUT_INCLUDE_DIR ${CMAKE_CURRENT_SOURCE_DIR}/platform/videobufferlayout/include
+    CACHE PATH "Directory holding VideoBufferLayout.h")
+  target_include_directories(tessaro_platform INTERFACE $<BUILD_INTERFACE:${TESSARO_LAYOUT_INCLUDE_DIR}>)
   set(TESSARO_HAVE_MEDIANDK ON)
   return()
 endif()

@@ -11,6 +11,7 @@
 #include "ScriptedParser.h"
 #include "support/ClientBuffer.h"
 #include "support/LogCapture.h"
+#include "support/Probe.h"
 
 namespace tessaro {
 namespace {
@@ -388,10 +389,17 @@ TEST(StreamParserCompressed, SkippingPastTheLoopedTableFailsTheCall) {
 }
 
 TEST(StreamParserCompressed, DeInitReturnsToTheConstructedStateAndInitStartsOver) {
+    const int descriptors = test::OpenDescriptorCount();
+    {
+        Fixture dropped(Frames(2));  // destroyed running, without DeInit
+        ASSERT_EQ(dropped.parser.Init(), TS_OK);
+    }
+    EXPECT_EQ(test::OpenDescriptorCount(), descriptors);
     Fixture f({{{S, 20, 2}}, {{N, 10, 1}}}, [](ConfigParam& c) { c.mSliceMode = true; });
     ASSERT_EQ(f.parser.Init(), TS_OK);
     Deliver(f.parser);
     EXPECT_EQ(f.parser.DeInit(), TS_OK);
+    EXPECT_EQ(test::OpenDescriptorCount(), descriptors);
     EXPECT_EQ(f.parser.state(), STATE::STOPPED);
     EXPECT_TRUE(f.parser.frameOffsetTable().empty());
     EXPECT_EQ(f.parser.frameCount(), 1u);

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the build into a fresh prefix and builds an outside client against
-# it with find_package(tessaro) and nothing else, then runs the client and
-# checks tessaro.pc through pkg-config.
+# Installs the build into a fresh prefix and builds outside clients against it
+# with find_package(tessaro) and nothing else (examples/minimal_client and the
+# harness of examples/harness), then runs them, the installed tessaro tool, and
+# checks tessaro.pc through pkg-config and the library's SONAME.
 set -euo pipefail
 build_dir=$1 source_dir=$2 work=$3
 rm -rf "$work"
@@ -12,4 +13,31 @@ cmake --build "$work/client" >/dev/null
 env -u LD_LIBRARY_PATH "$work/client/minimal_client"
 PKG_CONFIG_PATH=$prefix/lib/pkgconfig pkg-config --cflags --libs tessaro | grep -q -- "-ltessaro"
 test -f "$prefix/lib/cmake/tessaro/tessaroConfigVersion.cmake"
+
+# The library carries a versioned SONAME.
+soname=$(readelf -d "$prefix/lib/libtessaro.so" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+case $soname in libtessaro.so.[0-9]*) ;; *) echo "bad SONAME '$soname'"; exit 1 ;; esac
+
+# The harness: a pattern into the raw writer, and an H.264 sample through the
+# compressed writer, byte for byte as the parser delivers it.
+if [ -d "$source_dir/examples/harness" ]; then
+  cmake -S "$source_dir/examples/harness" -B "$work/harness" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+  cmake --build "$work/harness" >/dev/null
+  # (the library logs every call on stderr: kept in harness.log)
+  env -u LD_LIBRARY_PATH "$work/harness/harness" Pattern/NV12 "$work/pattern.yuv" "" 64x48 8 2>"$work/harness.log"
+  test "$(stat -c %s "$work/pattern.yuv")" -eq $((64 * 48 * 3 / 2 * 8))
+  sample=$source_dir/tests/data/h264/single_slice.264
+  if [ -f "$sample" ]; then
+    env -u LD_LIBRARY_PATH "$work/harness/harness" Parse/AVC "$work/out.264" "$sample" 2>>"$work/harness.log"
+    test -s "$work/out.264"
+  fi
+fi
+
+# The installed tool runs from the prefix, its index helper too.
+if [ -x "$prefix/bin/tessaro" ]; then
+  test "$(env -u LD_LIBRARY_PATH "$prefix/bin/tessaro" list | wc -l)" -eq 27
+  if [ -f "$source_dir/tests/data/h264/single_slice.264" ]; then
+    env -u LD_LIBRARY_PATH "$prefix/bin/tessaro" index "$source_dir/tests/data/h264/single_slice.264" 2>/dev/null | grep -q " sync "
+  fi
+fi
 echo "package check passed"

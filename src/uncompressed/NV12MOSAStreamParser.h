@@ -1,0 +1,24 @@
+// NV12MOSAStreamParser: reads NV12 pictures stored in the tiled, compressed MOSA
+// layout: each picture is the byte image of a buffer in that layout, sized
+// by the layout library for mWidth x mHeight.
+#pragma once
+
+#include "uncompressed/StreamParserUncompressed.h"
+
+namespace tessaro {
+
+class NV12MOSAStreamParser : public StreamParserUncompressed {
+public:
+    static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::UnCompressed::NV12_MOSA";
+
+    // Fixes the picture size (the same in the buffer and in the file) on the
+    // first call and returns mSuperFrame x mBufferSize; 0 when not running, on
+    // a zero width or height, after EOS, or when the layout has no size for it.
+    uint32_t GetBufferLength() override;
+
+    // Copies mSuperFrame pictures, each one read of mBufferSize bytes, back to
+    // back from the buffer's start. mStride and mScanlines play no part.
+    int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
+};
+
+}  // namespace tessaro

@@ -1,0 +1,203 @@
+#include "uncompressed/StreamParserUncompressed.h"
+
+#include <cmath>
+
+namespace tessaro {
+
+namespace {
+
+// Timestamps go out as whole microseconds, rounded half away from zero. A
+// timestamp outside the 32-bit range (a frame-rate change can rebase it below
+// zero) saturates at the nearer end, as the device's conversion does.
+uint32_t RoundTimestamp(float timestamp) {
+    if (std::isnan(timestamp)) return 0;
+    const double rounded = std::round(static_cast<double>(timestamp));
+    if (rounded <= 0.0) return 0;
+    if (rounded >= 4294967295.0) return UINT32_MAX;
+    return static_cast<uint32_t>(rounded);
+}
+
+}  // namespace
+
+int32_t StreamParserUncompressed::Init() {
+    TS_LOGI("Init");
+    // A second Init without DeInit starts over on the file named now.
+    if (mInputFile.is_open()) mInputFile.close();
+    mInputFile.clear();
+    mInputFile.open(mConfigParam.mInputFileName, std::ios::in | std::ios::binary);
+    TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
+    mInputFile.seekg(0, std::ios::end);
+    const std::streamoff end = mInputFile.tellg();
+    mFileSize = end > 0 ? static_cast<uint64_t>(end) : 0;
+    TS_CHECK(mFileSize == 0, 29, -4);
+    mInputFile.seekg(0, std::ios::beg);
+    mState = STATE::RUNNING;
+    return TS_OK;
+}
+
+int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
+    TS_LOGI("Process");
+    TS_CHECK(buffer == nullptr, 38, -2);
+    TS_CHECK(mState != STATE::RUNNING, 39, -3);
+    TS_CHECK(buffer->isGraphic() == false, 40, -4);
+    TS_CHECK_TEXT(buffer->capacity() < (mBufferSize * mConfigParam.mSuperFrame),
+                  "buffer->capacity() < ( mBufferSize * mConfigParam.mSuperFrame)", 42, -2);
+    TS_CHECK(mFileBufferSize == 0, 43, -2);
+
+    ++mFrameCount;
+    if (mSawEOS) {
+        DeliverEmptyEos(kLogTag, *buffer, "Already Saw EOS. Return");
+        return TS_OK;
+    }
+
+    const uint64_t step = static_cast<uint64_t>(mConfigParam.mSuperFrame) * mFileBufferSize;
+    uint64_t pos = CurrentPosition();
+    if (mReadDirection == kForward && !HasNextForward(pos, step)) {
+        if (mConfigParam.mFrames == 0 || mConfigParam.mFrames < mFrameCount) {
+            mSawEOS = true;
+            DeliverEmptyEos(kLogTag, *buffer, "Reached EOS. Return");
+            return TS_OK;
+        }
+        mReadDirection = kBackward;
+        TS_LOGI("Reached file end. Change the reading dir. to Backward");
+        if (pos >= step) pos -= step;
+    }
+    if (mReadDirection == kBackward) {
+        // Runs in the same call as a turn at the file end, so that turn steps
+        // back two buffers and the last picture is not repeated.
+        const uint64_t back = pos >= step ? step : 0;
+        uint64_t target = pos - back;
+        if (target == 0 || target < step) {
+            mReadDirection = kForward;
+            TS_LOGI("Reached file start. Change the reading dir. to Forward");
+            target = 0;
+        }
+        mInputFile.seekg(static_cast<std::streamoff>(target), std::ios::beg);
+        pos = target;
+    }
+
+    TS_CHECK(ReadfromInputFile(buffer) != TS_OK, 114, TS_ERROR);
+
+    if (mConfigParam.mSpare == 0 && IsLastBuffer(step)) MarkLastBuffer(kLogTag, *buffer, mFrameCount);
+    // Reading backward, the next step back starts from the pictures just read.
+    if (mReadDirection == kBackward) mInputFile.seekg(static_cast<std::streamoff>(pos), std::ios::beg);
+    StampBuffer(*buffer, true);
+    return TS_OK;
+}
+
+int32_t StreamParserUncompressed::DeInit() {
+    TS_LOGI("DeInit");
+    mSawEOS = false;
+    mFileSize = 0;
+    mBufferSize = 0;
+    mFileBufferSize = 0;
+    mFrameCount = 0;
+    mTimestamp = 0.0f;
+    mTimestampDelta = 33333.0f;
+    mReadDirection = kForward;
+    if (mInputFile.is_open()) mInputFile.close();  // a failed close sets the fail bit itself
+    return TS_OK;
+}
+
+int32_t StreamParserUncompressed::Seek() {
+    TS_LOGE("Error. Seek Unsupported for Uncompressed formats");
+    return TS_ERROR;
+}
+
+uint32_t StreamParserUncompressed::BufferLengthFor(const char* tag, int stateLine,
+                                                   GeometryCheck first, GeometryCheck second,
+                                                   uint32_t bufferSize, uint32_t fileBufferSize) {
+    __android_log_print(kLogInfo, tag, "GetBufferLength");
+    if (mState != STATE::RUNNING) return ReportFailure(tag, "mState != STATE::RUNNING", stateLine, 0);
+    if (first.failed) return ReportFailure(tag, first.text, first.line, 0);
+    if (second.failed) return ReportFailure(tag, second.text, second.line, 0);
+    if (mSawEOS) {
+        __android_log_print(kLogInfo, tag, "Already reached EOS.");
+        return 0;
+    }
+    if (mBufferSize == 0) {
+        mBufferSize = bufferSize;
+        mFileBufferSize = fileBufferSize;
+    }
+    const uint32_t length = mConfigParam.mSuperFrame * mBufferSize;
+    __android_log_print(kLogInfo, tag, "Buffer length = %d", static_cast<int>(length));
+    return length;
+}
+
+int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>& buffer,
+                                                  const char* tag, int nullLine, int vaddrLine,
+                                                  const RowRun* runs, size_t runCount,
+                                                  uint64_t pictureDistance) {
+    if (buffer == nullptr) return ReportFailure(tag, "buffer == nullptr", nullLine, -4);
+    Buffer::Mapping mapping(buffer);
+    uint8_t* const vaddr = mapping.vaddr();
+    if (vaddr == nullptr) return ReportFailure(tag, "vaddr == nullptr", vaddrLine, -2);
+
+    const uint64_t pictures = mConfigParam.mSuperFrame;
+    const uint64_t end = RowRunsEnd(runs, runCount);
+    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(pictureDistance) + end >
+                        buffer->capacity()) {
+        __android_log_print(kLogError, tag, "Error. Picture does not fit in the buffer.");
+        return -2;
+    }
+
+    for (uint64_t i = 0; i < pictures; ++i) {
+        uint8_t* const base = vaddr + i * pictureDistance;
+        for (size_t r = 0; r < runCount; ++r) {
+            const RowRun& run = runs[r];
+            if (run.End() == 0) continue;
+            for (uint64_t row = 0; row < run.rows; ++row) {
+                char* const dst = reinterpret_cast<char*>(base + run.offset + row * run.pitch);
+                mInputFile.read(dst, static_cast<std::streamsize>(run.rowBytes));
+                if (mInputFile.bad() || mInputFile.fail() ||
+                    static_cast<uint64_t>(mInputFile.gcount()) < run.rowBytes) {
+                    __android_log_print(kLogError, tag, "Error. Fail to read Input File.");
+                    return TS_ERROR;
+                }
+            }
+        }
+    }
+    return TS_OK;
+}
+
+void StreamParserUncompressed::DeliverEmptyEos(const char* tag, Buffer& buffer,
+                                               const char* message) {
+    buffer.mFlags = Buffer::FLAG_EOS;
+    buffer.mOffset = 0;
+    buffer.mLength = 0;
+    __android_log_print(kLogInfo, tag, "%s", message);
+}
+
+void StreamParserUncompressed::StampBuffer(Buffer& buffer, bool advance) {
+    buffer.mTimestamp = RoundTimestamp(mTimestamp);
+    buffer.mOffset = 0;
+    buffer.mLength = mConfigParam.mSuperFrame * mBufferSize;
+    if (advance) mTimestamp += mTimestampDelta * static_cast<float>(mConfigParam.mSuperFrame);
+}
+
+void StreamParserUncompressed::MarkLastBuffer(const char* tag, Buffer& buffer, uint32_t frame) {
+    mSawEOS = true;
+    buffer.mFlags = Buffer::FLAG_EOS;
+    __android_log_print(kLogInfo, tag, "Last Frame[%d] to Process. Adding EOS Flag", static_cast<int>(frame));
+}
+
+// An unknown position (the stream failed) reads as beyond the file's end.
+uint64_t StreamParserUncompressed::CurrentPosition() {
+    const std::streamoff pos = mInputFile.tellg();
+    return pos < 0 ? UINT64_MAX : static_cast<uint64_t>(pos);
+}
+
+bool StreamParserUncompressed::HasNextForward(uint64_t pos, uint64_t step) {
+    if (mInputFile.eof()) return false;
+    return pos > mFileSize || mFileSize - pos >= step;
+}
+
+bool StreamParserUncompressed::IsLastBuffer(uint64_t step) {
+    const uint32_t frames = mConfigParam.mFrames;
+    if (frames != 0) return frames == mFrameCount;
+    if (mInputFile.eof()) return true;
+    const uint64_t pos = CurrentPosition();
+    return pos <= mFileSize && mFileSize - pos < step;
+}
+
+}  // namespace tessaro

@@ -1,0 +1,100 @@
+// StreamParserUncompressed: the base of every raw-picture reader and of the
+// pattern generators. It owns the input file, the per-picture sizes, the frame
+// counter, the timestamp and the end-of-stream logic, and plays the file back
+// and forth until mFrames pictures are delivered. A subclass supplies the size
+// of one picture (GetBufferLength) and the copy of one buffer's worth of
+// pictures (ReadfromInputFile).
+#pragma once
+
+#include <cstdint>
+#include <fstream>
+#include <memory>
+
+#include "framework/TessaroImpl.h"
+#include "uncompressed/RowRun.h"
+
+namespace tessaro {
+
+class StreamParserUncompressed : public TessaroImpl {
+public:
+    static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::Uncompressed";
+
+    ~StreamParserUncompressed() override = default;
+
+    // Opens mInputFileName and measures it. 0; -1 when it cannot be opened; -4
+    // when it is empty (the file then stays open until DeInit).
+    int32_t Init() override;
+
+    // Fills buffer with the next mSuperFrame pictures, turning back at either end
+    // of the file, and sets its range, timestamp and (last buffer) EOS flag. Once
+    // EOS was delivered every call returns an empty EOS buffer. 0 on success.
+    int32_t Process(std::shared_ptr<Buffer> buffer) override;
+
+    // Resets counters, sizes and timestamps and closes the file; always 0.
+    int32_t DeInit() override;
+
+    // Raw pictures have no index: always -1.
+    int32_t Seek() override;
+
+    // Copies one buffer's worth of pictures from the current file position.
+    virtual int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) = 0;
+
+    // Read access for tests.
+    uint32_t bufferSize() const { return mBufferSize; }
+    uint32_t fileBufferSize() const { return mFileBufferSize; }
+    uint32_t frameCount() const { return mFrameCount; }
+    uint64_t fileSize() const { return mFileSize; }
+    bool sawEOS() const { return mSawEOS; }
+
+protected:
+    StreamParserUncompressed() = default;
+
+    static constexpr int32_t kForward = 1;
+    static constexpr int32_t kBackward = -1;
+
+    // One bit of the geometry check of GetBufferLength: `failed`, reported as
+    // "<text> : Line# <line>".
+    struct GeometryCheck {
+        bool failed;
+        const char* text;
+        int line;
+    };
+
+    // The shared shape of every GetBufferLength: state, two geometry checks and
+    // EOS refuse with 0; otherwise the sizes are fixed on the first call (while
+    // mBufferSize is 0) and mSuperFrame x mBufferSize is returned.
+    uint32_t BufferLengthFor(const char* tag, int stateLine, GeometryCheck first,
+                             GeometryCheck second, uint32_t bufferSize, uint32_t fileBufferSize);
+
+    // The shared body of the file readers' ReadfromInputFile, after its entry
+    // line: refuses an empty pointer (-4) and an unmappable buffer (-2), refuses
+    // (-2, nothing read) pictures that would reach past the mapping, then reads
+    // the runs of mSuperFrame pictures, picture i at i x pictureDistance, one
+    // read per row. -1 on a short or failed read.
+    int32_t ReadPictureRows(const std::shared_ptr<Buffer>& buffer, const char* tag, int nullLine,
+                            int vaddrLine, const RowRun* runs, size_t runCount,
+                            uint64_t pictureDistance);
+
+    // Marks buffer as an empty EOS buffer and logs `message` under tag.
+    static void DeliverEmptyEos(const char* tag, Buffer& buffer, const char* message);
+    // Stamps buffer with the rounded timestamp, offset 0 and mSuperFrame x
+    // mBufferSize bytes; advances the timestamp when `advance`.
+    void StampBuffer(Buffer& buffer, bool advance);
+    // Sets mSawEOS and the buffer's EOS flag and logs the last-frame line.
+    void MarkLastBuffer(const char* tag, Buffer& buffer, uint32_t frame);
+
+    bool mSawEOS = false;
+    uint64_t mFileSize = 0;
+    uint32_t mBufferSize = 0;      // bytes of one picture in the client's buffer
+    uint32_t mFileBufferSize = 0;  // bytes of one picture in the file
+    uint32_t mFrameCount = 0;      // Process calls past the preconditions
+    std::ifstream mInputFile;
+    int32_t mReadDirection = kForward;
+
+private:
+    uint64_t CurrentPosition();
+    bool HasNextForward(uint64_t pos, uint64_t step);
+    bool IsLastBuffer(uint64_t step);
+};
+
+}  // namespace tessaro

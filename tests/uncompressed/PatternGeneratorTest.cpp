@@ -1,0 +1,283 @@
+// The pattern generators: where the block is in each buffer, what is cleared,
+// the colours and pixel packings, frame counting with fields, and the refusal
+// of a picture that does not fit the buffer.
+#include <VideoBufferLayout.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "support/LogCapture.h"
+#include "uncompressed/NV12PatternGenerator.h"
+#include "uncompressed/P010PatternGenerator.h"
+#include "uncompressed/P210PatternGenerator.h"
+#include "uncompressed/RGBA1010102PatternGenerator.h"
+#include "uncompressed/RGBA32PatternGenerator.h"
+#include "uncompressed/RawTestSupport.h"
+
+namespace tessaro {
+namespace {
+
+using test::Geometry;
+using test::LogCapture;
+
+constexpr const char* kPatternTag = "Tessaro::Impl::StreamParser::UnCompressed::Pattern";
+
+std::string Line(const char* text, int n) { return std::string(text) + " : Line# " + std::to_string(n); }
+
+// Configures and starts `generator`; returns its buffer length.
+uint32_t Start(PatternGenerator& generator, const Geometry& g, uint32_t frames, uint32_t superFrame = 1,
+               bool staticPattern = false, bool interlaced = false) {
+    ConfigParam c = test::RawConfig(g, frames, superFrame);
+    c.mStaticPattern = staticPattern;
+    c.mInterlaced = interlaced;
+    return test::Start(generator, c);
+}
+
+struct YuvCase {
+    const char* name;
+    uint32_t code;
+    bool nv12, p210;
+    int lines[3];  // state (stride, scanlines follow), nullptr, vaddr
+    std::function<std::unique_ptr<PatternGenerator>()> make;
+};
+
+// What a YUV generator must draw in `phase`, over `size` zero bytes.
+std::vector<uint8_t> ExpectedYuv(const YuvCase& yc, const Geometry& g, uint32_t phase, size_t size) {
+    std::vector<uint8_t> picture(size, 0);
+    const int64_t pitch = VideoBufferLayout_GetStrideInBytes(yc.code, g.width, 1);
+    const int64_t chromaPitch = VideoBufferLayout_GetStrideInBytes(yc.code, g.width, 3);
+    const int64_t chroma = VideoBufferLayout_GetScanlines(yc.code, g.height, 1) * pitch;
+    const int64_t w = g.width, h = g.height;
+    const int64_t x0 = (phase == 1 || phase == 2) ? w / 2 : 0, y0 = phase >= 2 ? h / 2 : 0;
+    for (int64_t y = y0; y < y0 + h / 2; ++y) std::fill_n(&picture[y * pitch + x0], w / 2, 120);
+    const int64_t top = yc.p210 ? y0 : (phase >= 2 ? h / 4 : 0);
+    const int64_t rows = yc.p210 ? h / 2 : (h >= 4 ? h / 4 : 0);
+    for (int64_t y = top; y < top + rows; ++y) {
+        for (int64_t c = x0 + w / 2 - 1; c >= x0; c -= 2) {  // an odd block reaches one byte left
+            picture[chroma + y * chromaPitch + c] = 200;
+            picture[chroma + y * chromaPitch + c - 1] = 160;
+        }
+    }
+    return picture;
+}
+
+class YuvPattern : public ::testing::TestWithParam<YuvCase> {};
+
+// Phases 1, 2, 3, 0, 1 for five buffers, then the static pattern; odd sizes, a
+// wide stride, an odd block width, and a picture too short for NV12 and P010
+// chroma.
+TEST_P(YuvPattern, BlockVisitsTheQuadrantsClockwise) {
+    const YuvCase& yc = GetParam();
+    for (const Geometry& g : {Geometry{20, 12, 32, 16}, Geometry{14, 9, 40, 9}, Geometry{64, 48, 64, 48},
+                              Geometry{16, 3, 16, 3}}) {
+        for (bool still : {false, true}) {
+            SCOPED_TRACE(testing::Message() << g.width << "x" << g.height << (still ? " static" : ""));
+            auto generator = yc.make();
+            const uint32_t length = Start(*generator, g, 5, 1, still);
+            auto buffer = test::MakeGraphicBuffer(length);
+            for (uint32_t call = 1; call <= 5; ++call) {
+                test::FillBuffer(*buffer, 0xEE);
+                ASSERT_EQ(generator->Process(buffer), 0);
+                ASSERT_EQ(test::ReadAll(*buffer), ExpectedYuv(yc, g, still ? 0 : call % 4, length)) << call;
+                EXPECT_EQ(buffer->mLength, length);
+            }
+        }
+    }
+}
+
+// Two pictures a buffer are drawn over the same area; NV12 clears the whole
+// buffer, P010 and P210 only the first picture's bytes.
+TEST_P(YuvPattern, SuperFrameDrawsOverTheFirstPicture) {
+    const YuvCase& yc = GetParam();
+    auto generator = yc.make();
+    const uint32_t length = Start(*generator, {20, 12, 32, 16}, 2, 2);
+    const uint32_t picture = generator->bufferSize();
+    ASSERT_EQ(length, 2 * picture);
+    auto buffer = test::MakeGraphicBuffer(length);
+    test::FillBuffer(*buffer, 0xEE);
+    ASSERT_EQ(generator->Process(buffer), 0);
+    auto expected = ExpectedYuv(yc, {20, 12, 32, 16}, 1, picture);
+    expected.resize(length, yc.nv12 ? 0 : 0xEE);
+    EXPECT_EQ(test::ReadAll(*buffer), expected);
+}
+
+TEST_P(YuvPattern, SizesAndLines) {
+    const YuvCase& yc = GetParam();
+    LogCapture logs;
+    auto generator = yc.make();
+    EXPECT_EQ(generator->GetBufferLength(), 0u);
+    EXPECT_EQ(Start(*generator, {20, 12, 32, 16}, 1), VideoBufferLayout_GetBufferSize(yc.code, 32, 16));
+    EXPECT_EQ(Start(*yc.make(), {20, 12, 0, 16}, 1), 0u);
+    EXPECT_EQ(Start(*yc.make(), {20, 12, 32, 0}, 1), 0u);
+    EXPECT_EQ(generator->ReadfromInputFile(nullptr), -4);
+    auto unmappable = std::make_shared<Buffer>();
+    unmappable->mCapacity = 4096;
+    EXPECT_EQ(generator->ReadfromInputFile(unmappable), -2);
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("mState != STATE::RUNNING", yc.lines[0])));
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("mConfigParam.mStride == 0", yc.lines[0] + 1)));
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("mConfigParam.mScanlines == 0", yc.lines[0] + 2)));
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("buffer == nullptr", yc.lines[1])));
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("vaddr == nullptr", yc.lines[2])));
+}
+
+// A picture wider than the buffer's stride is drawn at its own, wider pitch,
+// which would reach past the buffer: nothing is drawn.
+TEST_P(YuvPattern, PictureLargerThanTheBufferIsRefused) {
+    auto generator = GetParam().make();
+    const uint32_t length = Start(*generator, {512, 64, 64, 8}, 4);
+    auto buffer = test::MakeGraphicBuffer(length);
+    test::FillBuffer(*buffer, 0xEE);
+    LogCapture logs;
+    EXPECT_EQ(generator->Process(buffer), -1);
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, "Error. Picture does not fit in the buffer."));
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("ReadfromInputFile(buffer) != TS_OK", 65)));
+    EXPECT_EQ(test::ReadAll(*buffer), std::vector<uint8_t>(length, 0xEE));
+    EXPECT_EQ(generator->timestamp(), 0.0f);
+}
+
+template <typename T>
+std::function<std::unique_ptr<PatternGenerator>()> Make() {
+    return [] { return std::make_unique<T>(); };
+}
+
+INSTANTIATE_TEST_SUITE_P(Generators, YuvPattern,
+                         ::testing::Values(YuvCase{"NV12", 0, true, false, {148, 86, 93}, Make<NV12PatternGenerator>()},
+                                           YuvCase{"P010", 3, false, false, {231, 168, 175}, Make<P010PatternGenerator>()},
+                                           YuvCase{"P210", 6, false, true, {312, 251, 258}, Make<P210PatternGenerator>()}),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+// Frames 3: three buffers, the third flagged, then empty ones. With fields,
+// frames 2: four buffers stamped t, t, t+d, t+d, the fourth flagged.
+TEST(PatternCounting, FramesAndFields) {
+    for (bool fields : {false, true}) {
+        SCOPED_TRACE(fields ? "interlaced" : "progressive");
+        NV12PatternGenerator generator;
+        auto buffer = test::MakeGraphicBuffer(Start(generator, {16, 8, 16, 8}, fields ? 2 : 3, 1, false, fields));
+        ConfigParam rate{};
+        rate.mFrameRateNum = 25;
+        rate.mFrameRateDen = 1;
+        generator.SetConfig(rate);
+        LogCapture logs;
+        std::vector<uint64_t> stamps;
+        std::vector<uint32_t> flags;
+        for (int i = 0; i < 5; ++i) {
+            buffer->mFlags = 0;
+            ASSERT_EQ(generator.Process(buffer), 0);
+            stamps.push_back(buffer->mLength ? buffer->mTimestamp : 1);
+            flags.push_back(buffer->mFlags);
+        }
+        const uint32_t eos = Buffer::FLAG_EOS;
+        EXPECT_EQ(stamps, fields ? (std::vector<uint64_t>{0, 0, 40000, 40000, 1})
+                                 : (std::vector<uint64_t>{0, 40000, 80000, 1, 1}));
+        EXPECT_EQ(flags, fields ? (std::vector<uint32_t>{0, 0, 0, eos, eos}) : (std::vector<uint32_t>{0, 0, eos, eos, eos}));
+        EXPECT_TRUE(logs.Contains(4, kPatternTag, fields ? "Last Frame[2] to Process. Adding EOS Flag"
+                                                         : "Last Frame[3] to Process. Adding EOS Flag"));
+        EXPECT_TRUE(logs.Contains(4, kPatternTag, "Already Saw EOS. Return"));
+    }
+}
+
+TEST(PatternCounting, PreconditionsInOrder) {
+    LogCapture logs;
+    NV12PatternGenerator generator;
+    auto graphic = test::MakeGraphicBuffer(8192);
+    EXPECT_EQ(generator.Process(nullptr), -4);
+    EXPECT_EQ(generator.Process(graphic), -3);
+    EXPECT_EQ(Start(generator, {16, 8, 16, 8}, 0), 8192u);
+    EXPECT_EQ(generator.Process(graphic), -4);  // no frame count: a generator has no natural end
+    ConfigParam frames{};
+    frames.mFrames = 1;
+    generator.SetConfig(frames);
+    EXPECT_EQ(generator.Process(test::MakeLinearBuffer(8192)), -4);
+    EXPECT_EQ(generator.Process(test::MakeGraphicBuffer(4096)), -2);
+    EXPECT_EQ(generator.frameCount(), 0u);
+    for (const char* f : {"buffer == nullptr : Line# 31", "mState != STATE::RUNNING : Line# 32",
+                          "mConfigParam.mFrames == 0 : Line# 33", "buffer->isGraphic() == false : Line# 34",
+                          "buffer->capacity() < ( mBufferSize * mConfigParam.mSuperFrame) : Line# 36"}) {
+        EXPECT_TRUE(logs.Contains(6, kPatternTag, f)) << f;
+    }
+    // Seek and DeInit are the reader base's and log under its tag.
+    EXPECT_EQ(generator.Seek(), -1);
+    EXPECT_TRUE(logs.Contains(6, "Tessaro::Impl::StreamParser::Uncompressed", "Error. Seek Unsupported for Uncompressed formats"));
+}
+
+// ---- RGB -------------------------------------------------------------------
+
+std::vector<uint8_t> PixelAt(const std::vector<uint8_t>& bytes, size_t pixel) {
+    return {bytes.begin() + pixel * 4, bytes.begin() + pixel * 4 + 4};
+}
+
+// p = 1 ... 9: top half left to right for p mod 8 in 0..3, bottom half for 4..7.
+TEST(RgbPattern, EightPlacesAndFourColours) {
+    const std::vector<uint8_t> colours[4] = {{255, 174, 127, 255}, {174, 127, 68, 255}, {127, 68, 255, 255}, {68, 255, 174, 255}};
+    RGBA32PatternGenerator generator;
+    auto buffer = test::MakeGraphicBuffer(Start(generator, {16, 8, 16, 8}, 9));
+    for (uint32_t p = 1; p <= 9; ++p) {
+        ASSERT_EQ(generator.Process(buffer), 0);
+        const auto bytes = test::ReadAll(*buffer);
+        const uint32_t left = (p % 4) * 4, top = (p & 4) ? 4 : 0;
+        for (uint32_t y = 0; y < 8; ++y) {
+            for (uint32_t x = 0; x < 16; ++x) {
+                const bool inside = x >= left && x < left + 4 && y >= top && y < top + 4;
+                ASSERT_EQ(PixelAt(bytes, y * 16 + x), inside ? colours[p % 4] : std::vector<uint8_t>(4, 0))
+                    << "p " << p << " at " << x << "," << y;
+            }
+        }
+    }
+}
+
+// Rows are packed at mWidth pixels whatever the stride; 10:10:10:2 pixels;
+// pictures too small for a block are only cleared.
+TEST(RgbPattern, PackingsAndSmallPictures) {
+    RGBA1010102PatternGenerator ten;
+    auto buffer = test::MakeGraphicBuffer(Start(ten, {8, 4, 64, 4}, 1, 1, true));
+    EXPECT_EQ(buffer->mCapacity, VideoBufferLayout_GetBufferSize(12, 64, 4));
+    ASSERT_EQ(ten.Process(buffer), 0);
+    const auto bytes = test::ReadAll(*buffer);
+    const uint32_t word = 1023u | 699u << 10 | 511u << 20 | 3u << 30;  // static: q = 0 colours
+    EXPECT_EQ(PixelAt(bytes, 8), (std::vector<uint8_t>{word & 0xFF, word >> 8 & 0xFF, word >> 16 & 0xFF, word >> 24}));
+    EXPECT_EQ(PixelAt(bytes, 64), std::vector<uint8_t>(4, 0));  // one stride on is outside the block
+
+    for (const Geometry& g : {Geometry{3, 8, 3, 8}, Geometry{16, 1, 16, 1}}) {
+        RGBA32PatternGenerator tiny;
+        auto tinyBuffer = test::MakeGraphicBuffer(Start(tiny, g, 1));
+        test::FillBuffer(*tinyBuffer, 0xEE);
+        ASSERT_EQ(tiny.Process(tinyBuffer), 0);
+        EXPECT_EQ(test::ReadAll(*tinyBuffer), std::vector<uint8_t>(tinyBuffer->mCapacity, 0));
+    }
+}
+
+TEST(RgbPattern, SizesAndLines) {
+    LogCapture logs;
+    RGBA32PatternGenerator idle;
+    RGBA1010102PatternGenerator idle10;
+    EXPECT_EQ(idle.GetBufferLength() + idle10.GetBufferLength(), 0u);
+    RGBA32PatternGenerator a, b;
+    RGBA1010102PatternGenerator c, d;
+    EXPECT_EQ(Start(a, {0, 4, 8, 4}, 1) + Start(b, {8, 0, 8, 4}, 1) + Start(c, {8, 4, 0, 4}, 1) + Start(d, {8, 4, 8, 0}, 1), 0u);
+    EXPECT_EQ(idle.ReadfromInputFile(nullptr), -4);
+    auto unmappable = std::make_shared<Buffer>();
+    unmappable->mCapacity = 4096;
+    EXPECT_EQ(idle.ReadfromInputFile(unmappable), -2);
+    for (const char* f : {"mState != STATE::RUNNING : Line# 378", "mConfigParam.mWidth == 0 : Line# 379",
+                          "mConfigParam.mHeight == 0 : Line# 380", "mState != STATE::RUNNING : Line# 398",
+                          "mConfigParam.mStride == 0 : Line# 399", "mConfigParam.mScanlines == 0 : Line# 400",
+                          "buffer == nullptr : Line# 333", "vaddr == nullptr : Line# 340"}) {
+        EXPECT_TRUE(logs.Contains(6, kPatternTag, f)) << f;
+    }
+    RGBA32PatternGenerator sized;
+    EXPECT_EQ(Start(sized, {8, 4, 16, 8}, 1), VideoBufferLayout_GetBufferSize(8, 16, 8));
+}
+
+// Rows packed at mWidth run past a buffer sized for a narrower stride.
+TEST(RgbPattern, PackedRowsPastTheBufferAreRefused) {
+    RGBA32PatternGenerator generator;
+    auto buffer = test::MakeGraphicBuffer(Start(generator, {4096, 64, 64, 16}, 8));
+    test::FillBuffer(*buffer, 0xEE);
+    LogCapture logs;
+    EXPECT_EQ(generator.Process(buffer), -1);
+    EXPECT_TRUE(logs.Contains(6, kPatternTag, "Error. Picture does not fit in the buffer."));
+    EXPECT_EQ(test::ReadAll(*buffer), std::vector<uint8_t>(buffer->mCapacity, 0xEE));
+}
+
+}  // namespace
+}  // namespace tessaro
