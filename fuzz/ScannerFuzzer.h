@@ -22,15 +22,15 @@ inline std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity) {
         delete b;
     });
     buffer->mFd = memfd_create("tessaro-fuzz", 0);
-    if (buffer->mFd < 0 || ftruncate(buffer->mFd, static_cast<off_t>(capacity)) != 0) return nullptr;
+    if (buffer->mFd < 0 || ftruncate(buffer->mFd, static_cast<off_t>(capacity)) != 0)
+        return nullptr;
     buffer->mCapacity = capacity;
     return buffer;
 }
 
 template <class Parser>
 int RunScanner(const uint8_t* data, size_t size, const char* extension) {
-    const std::string path =
-        "/tmp/tessaro-fuzz-" + std::to_string(getpid()) + extension;
+    const std::string path = "/tmp/tessaro-fuzz-" + std::to_string(getpid()) + extension;
     FILE* file = std::fopen(path.c_str(), "wb");
     if (file == nullptr) return 0;
     const bool written = std::fwrite(data, 1, size, file) == size;

@@ -238,12 +238,14 @@ TEST_P(SeekInto, TheMiddleDecodesFromTheFrameReached) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, WholeFrames, ::testing::ValuesIn(kSamples), SampleName);
-INSTANTIATE_TEST_SUITE_P(Samples, Slices,
-                         ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return s.slices; })),
+INSTANTIATE_TEST_SUITE_P(Samples, Slices, ::testing::ValuesIn(SamplesWhere([](const Sample& s) {
+                             return s.slices;
+                         })),
                          SampleName);
-INSTANTIATE_TEST_SUITE_P(
-    Samples, SeekInto,
-    ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return s.seekTo != 0; })), SampleName);
+INSTANTIATE_TEST_SUITE_P(Samples, SeekInto, ::testing::ValuesIn(SamplesWhere([](const Sample& s) {
+                             return s.seekTo != 0;
+                         })),
+                         SampleName);
 
 }  // namespace
 }  // namespace tessaro
