@@ -224,6 +224,55 @@ TEST(WriterFaults, OutputThatCannotTakeTheBytes) {
     }
 }
 
+// Writers handed a buffer whose memory is not all there refuse it before
+// reading a byte, and the output stays empty.
+TEST(WriterFaults, BufferWhoseMemoryIsNotThere) {
+    test::ScratchDir dir;
+    const int closed = dup(STDIN_FILENO);
+    ASSERT_GE(closed, 0);
+    close(closed);
+    for (const char* key : {"Write/Compressed", "Write/UnCompressed"}) {
+        const bool raw = std::string(key) == "Write/UnCompressed";
+        auto writer = TessaroFactory::getInstance()->getProcessorInstance(key);
+        ConfigParam config{};
+        config.mOutputFileName = dir.File(raw ? "raw.out" : "compressed.out");
+        config.mWidth = config.mStride = 64;
+        config.mHeight = config.mScanlines = 48;
+        config.mPixFormat = 1;
+        writer->SetConfig(config);
+        ASSERT_EQ(writer->Init(), TS_OK);
+        const uint64_t capacity = raw ? writer->GetBufferLength() : 4608;
+        const struct {
+            const char* name;
+            int fd;  // -2: a memfd of `memory` bytes
+            uint64_t memory;
+            uint32_t mapOffset;
+        } faults[] = {
+            {"invalid descriptor", -1, 0, 0},
+            {"closed descriptor", closed, 0, 0},
+            {"memory half the capacity", -2, capacity / 2, 0},
+            {"memory one page short of the map offset", -2, capacity + 4096, 8192},
+        };
+        for (const auto& f : faults) {
+            SCOPED_TRACE(std::string(key) + ": " + f.name);
+            const int owned = f.fd == -2 ? memfd_create("short", 0) : -1;
+            if (owned >= 0) {
+                ASSERT_EQ(ftruncate(owned, static_cast<off_t>(f.memory)), 0);
+            }
+            auto buffer = std::make_shared<Buffer>();
+            buffer->mFd = owned >= 0 ? owned : f.fd;
+            buffer->mCapacity = capacity;
+            buffer->mLength = capacity;
+            buffer->mMapOffset = f.mapOffset;
+            buffer->mType = raw ? 1 : 0;
+            EXPECT_LT(writer->Process(buffer), 0);
+            if (owned >= 0) close(owned);
+        }
+        EXPECT_EQ(writer->DeInit(), TS_OK);
+        EXPECT_EQ(test::ReadFile(config.mOutputFileName), "");
+    }
+}
+
 // /dev/full accepts the open and refuses every byte. The compressed writer
 // reports the failed write ("Error. Fail to read Input File.", TS_ERROR) as
 // soon as its stream passes the bytes on, and every later write fails too; the
