@@ -28,4 +28,8 @@ constexpr int kLengthNotRunning = 260;
 constexpr int kLengthFrameMissing = 270;
 constexpr int kLengthSliceOrderBeyondCount = 300;
 
+// Seek
+constexpr int kSeekFrameNotIndexed = 583;  // "(mFrameOffsetTable.find(seekToFrame) == ...)"
+constexpr int kSeekNoSyncFrame = 612;      // "mIsSeekSet == false"
+
 }  // namespace tessaro::compressed_lines

@@ -2,14 +2,10 @@
 // nearest sync frame, and leaves the seek pending so that the next Process
 // first delivers every codec-config unit that precedes the target.
 #include "compressed/StreamParserCompressed.h"
+#include "compressed/StreamParserCompressedLines.h"
 
 namespace tessaro {
 namespace {
-
-// Fixed line numbers of the two checks that Seek reports in the
-// "<condition> : Line# <n>" form.
-constexpr int kLineSeekFrameNotIndexed = 583;
-constexpr int kLineNoSyncFrame = 612;
 
 // The run of 21 blanks belongs to the message.
 constexpr char kNoSyncForward[] =
@@ -31,7 +27,7 @@ int32_t StreamParserCompressed::Seek() {
         return TS_ERROR;
     }
     TS_CHECK((mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end()),
-             kLineSeekFrameNotIndexed, TS_ERROR);
+             compressed_lines::kSeekFrameNotIndexed, TS_ERROR);
 
     uint32_t target = seekToFrame;
     if (mConfigParam.mSeekMode == 1) {
@@ -71,7 +67,7 @@ int32_t StreamParserCompressed::Seek() {
             TS_LOGI(kNoSyncForward, seekToFrame);
             searchSyncFrame(Direction::Backward);
         }
-        TS_CHECK(mIsSeekSet == false, kLineNoSyncFrame, TS_ERROR);
+        TS_CHECK(mIsSeekSet == false, compressed_lines::kSeekNoSyncFrame, TS_ERROR);
         target = candidate;
         if (parsedFrames != 0 && target > parsedFrames) {
             TS_LOGI("Seeked frame > Parsed Frame. Continue with cur frame..");

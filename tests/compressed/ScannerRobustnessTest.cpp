@@ -66,9 +66,9 @@ void IndexAndDeliver(const std::string& sample, const std::string& bytes, bool s
 
 TEST(ScannerRobustness, CutAndDamagedSamples) {
     const char* samples[] = {
-        "h265/aud_sei.265",     "h265/two_slices.265", "vpx/vp8_kf4.ivf",
-        "vpx/vp9_kf4.ivf",      "av1/kf4.ivf",         "av1/kf4_section5.obu",
-        "av1/kf4_annexb.obu",   "av1/tile_groups.obu", "apv/four_units.apv",
+        "h265/aud_sei.265",   "h265/two_slices.265", "vpx/vp8_kf4.ivf",
+        "vpx/vp9_kf4.ivf",    "av1/kf4.ivf",         "av1/kf4_section5.obu",
+        "av1/kf4_annexb.obu", "av1/tile_groups.obu", "apv/four_units.apv",
     };
     std::mt19937 rng(20261122);
     for (const char* sample : samples) {
@@ -80,8 +80,8 @@ TEST(ScannerRobustness, CutAndDamagedSamples) {
         for (int round = 0; round < 12; ++round) {
             // A copy cut at a random length (short ones included), and a whole
             // copy with a few bytes overwritten.
-            const size_t cut = round < 4 ? static_cast<size_t>(round * 3 + 1)
-                                         : rng() % original.size();
+            const size_t cut =
+                round < 4 ? static_cast<size_t>(round * 3 + 1) : rng() % original.size();
             std::string damaged = original;
             for (int i = 0; i < 4; ++i) damaged[rng() % damaged.size()] = static_cast<char>(rng());
             for (bool sliceMode : {false, true}) {
