@@ -7,16 +7,16 @@
 namespace tessaro::cli {
 namespace {
 
-const OptionSpec* FindLong(const std::vector<OptionSpec>& specs, const std::string& name) {
-    for (const auto& spec : specs) {
-        if (spec.longName == name) return &spec;
+const OptionSpec* FindLong(const std::vector<OptionSpec>& optionDefs, const std::string& name) {
+    for (const auto& optionDef : optionDefs) {
+        if (optionDef.longName == name) return &optionDef;
     }
     return nullptr;
 }
 
-const OptionSpec* FindShort(const std::vector<OptionSpec>& specs, char name) {
-    for (const auto& spec : specs) {
-        if (spec.shortName != 0 && spec.shortName == name) return &spec;
+const OptionSpec* FindShort(const std::vector<OptionSpec>& optionDefs, char name) {
+    for (const auto& optionDef : optionDefs) {
+        if (optionDef.shortName != 0 && optionDef.shortName == name) return &optionDef;
     }
     return nullptr;
 }
@@ -28,7 +28,7 @@ std::string ParsedArgs::Value(const std::string& name, const std::string& fallba
     return found == mValues.end() ? fallback : found->second.back();
 }
 
-ParsedArgs ParseArgs(const std::vector<OptionSpec>& specs, const std::vector<std::string>& args) {
+ParsedArgs ParseArgs(const std::vector<OptionSpec>& optionDefs, const std::vector<std::string>& args) {
     ParsedArgs parsed;
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string& arg = args[i];
@@ -39,34 +39,34 @@ ParsedArgs ParseArgs(const std::vector<OptionSpec>& specs, const std::vector<std
         if (arg.rfind("--", 0) == 0) {
             const size_t equals = arg.find('=');
             const std::string name = arg.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-            const OptionSpec* spec = FindLong(specs, name);
-            if (spec == nullptr) throw UsageError("unknown option --" + name);
-            if (spec->valueName.empty()) {
+            const OptionSpec* optionDef = FindLong(optionDefs, name);
+            if (optionDef == nullptr) throw UsageError("unknown option --" + name);
+            if (optionDef->valueName.empty()) {
                 if (equals != std::string::npos) throw UsageError("--" + name + " takes no value");
                 parsed.Add(name, "");
             } else if (equals != std::string::npos) {
                 parsed.Add(name, arg.substr(equals + 1));
             } else {
-                if (i + 1 >= args.size()) throw UsageError("--" + name + " needs a value (" + spec->valueName + ")");
+                if (i + 1 >= args.size()) throw UsageError("--" + name + " needs a value (" + optionDef->valueName + ")");
                 parsed.Add(name, args[++i]);
             }
             continue;
         }
         if (arg.size() > 1 && arg[0] == '-') {
             for (size_t k = 1; k < arg.size(); ++k) {
-                const OptionSpec* spec = FindShort(specs, arg[k]);
-                if (spec == nullptr) throw UsageError(std::string("unknown option -") + arg[k]);
-                if (spec->valueName.empty()) {
-                    parsed.Add(spec->longName, "");
+                const OptionSpec* optionDef = FindShort(optionDefs, arg[k]);
+                if (optionDef == nullptr) throw UsageError(std::string("unknown option -") + arg[k]);
+                if (optionDef->valueName.empty()) {
+                    parsed.Add(optionDef->longName, "");
                     continue;
                 }
                 if (k + 1 < arg.size()) {
-                    parsed.Add(spec->longName, arg.substr(k + 1));
+                    parsed.Add(optionDef->longName, arg.substr(k + 1));
                 } else {
                     if (i + 1 >= args.size()) {
-                        throw UsageError(std::string("-") + arg[k] + " needs a value (" + spec->valueName + ")");
+                        throw UsageError(std::string("-") + arg[k] + " needs a value (" + optionDef->valueName + ")");
                     }
-                    parsed.Add(spec->longName, args[++i]);
+                    parsed.Add(optionDef->longName, args[++i]);
                 }
                 break;
             }
@@ -78,18 +78,18 @@ ParsedArgs ParseArgs(const std::vector<OptionSpec>& specs, const std::vector<std
 }
 
 std::string FormatHelp(const std::string& usage, const std::string& description,
-                       const std::vector<OptionSpec>& specs) {
+                       const std::vector<OptionSpec>& optionDefs) {
     std::ostringstream out;
     out << "usage: " << usage << "\n\n" << description << "\n";
-    if (!specs.empty()) out << "\noptions:\n";
-    for (const auto& spec : specs) {
+    if (!optionDefs.empty()) out << "\noptions:\n";
+    for (const auto& optionDef : optionDefs) {
         std::string left = "  ";
-        left += spec.shortName != 0 ? std::string("-") + spec.shortName + ", " : "    ";
-        left += "--" + spec.longName;
-        if (!spec.valueName.empty()) left += " " + spec.valueName;
+        left += optionDef.shortName != 0 ? std::string("-") + optionDef.shortName + ", " : "    ";
+        left += "--" + optionDef.longName;
+        if (!optionDef.valueName.empty()) left += " " + optionDef.valueName;
         if (left.size() < 30) left.resize(30, ' ');
         else left += "\n" + std::string(30, ' ');
-        out << left << spec.help << "\n";
+        out << left << optionDef.help << "\n";
     }
     return out.str();
 }

@@ -41,15 +41,15 @@ private:
     std::vector<std::string> mPositional;
 };
 
-// Parses args (without the program and subcommand names) against specs.
+// Parses args (without the program and subcommand names) against optionDefs.
 // Accepts "--name value", "--name=value", "-x value", bundled switches ("-vq")
 // and "--" to end the options. Throws UsageError on an unknown option, a
 // missing value or a value given to a switch.
-ParsedArgs ParseArgs(const std::vector<OptionSpec>& specs, const std::vector<std::string>& args);
+ParsedArgs ParseArgs(const std::vector<OptionSpec>& optionDefs, const std::vector<std::string>& args);
 
 // Help text: usage line, description, then one line per option.
 std::string FormatHelp(const std::string& usage, const std::string& description,
-                       const std::vector<OptionSpec>& specs);
+                       const std::vector<OptionSpec>& optionDefs);
 
 // Value conversions; option names the option in the error message.
 uint32_t ParseU32(const std::string& option, const std::string& text);

@@ -3,7 +3,7 @@
 namespace tessaro::cli {
 
 const std::vector<OptionSpec>& RunOptionSpecs() {
-    static const std::vector<OptionSpec> specs = {
+    static const std::vector<OptionSpec> optionDefs = {
         {"input", 'i', "FILE", "input file (mInputFileName); not for Pattern/ keys"},
         {"output", 'o', "FILE", "hand every delivered buffer to the matching writer, writing FILE"},
         {"writer", 0, "KEY", "writer for -o (default: Write/Compressed or Write/UnCompressed)"},
@@ -46,7 +46,7 @@ const std::vector<OptionSpec>& RunOptionSpecs() {
         {"quiet", 'q', "", "no summary line"},
         {"help", 'h', "", "this help"},
     };
-    return specs;
+    return optionDefs;
 }
 
 namespace {

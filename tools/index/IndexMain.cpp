@@ -21,8 +21,8 @@ namespace {
 using namespace tessaro;
 using namespace tessaro::cli;
 
-const std::vector<OptionSpec>& Specs() {
-    static const std::vector<OptionSpec> specs = {
+const std::vector<OptionSpec>& OptionDefs() {
+    static const std::vector<OptionSpec> optionDefs = {
         {"key", 'k', "KEY", "parser key (default: from an IVF header or the file extension)"},
         {"json", 'j', "", "print JSON instead of a table"},
         {"verbose", 'v', "", "index slices too (mSliceMode) and list them under each unit"},
@@ -33,7 +33,7 @@ const std::vector<OptionSpec>& Specs() {
         {"log", 0, "", "print every library log line (default: warnings and errors)"},
         {"help", 'h', "", "this help"},
     };
-    return specs;
+    return optionDefs;
 }
 
 const char* TypeName(uint32_t type) {
@@ -153,14 +153,14 @@ int Index(const ParsedArgs& args) {
 int main(int argc, char** argv) {
     const std::vector<std::string> argsList(argv + 1, argv + argc);
     try {
-        const ParsedArgs args = ParseArgs(Specs(), argsList);
+        const ParsedArgs args = ParseArgs(OptionDefs(), argsList);
         if (args.Has("help")) {
             std::fputs(FormatHelp("tessaro index FILE [--key KEY] [--json] [-v]",
                                   "Prints the frame offset table a compressed parser builds at Init: one line per\n"
                                   "unit (frame, unit, offset, length, type config/sync/nonsync, last, layer), with\n"
                                   "-v also each slice. Offsets and lengths are those of the input file, so they\n"
                                   "can be checked against ffprobe -show_packets.",
-                                  Specs()).c_str(),
+                                  OptionDefs()).c_str(),
                        stdout);
             return 0;
         }
