@@ -46,8 +46,9 @@ protected:
 // Replacing or deleting the input after Init changes nothing: the processor
 // reads through the file it opened. Truncating it ends the run with a status
 // (or an early end of stream), never with a read past the client buffer.
-TEST_P(ProducerFaults, InputChangedAfterInit) {
-    if (!HasInput()) GTEST_SKIP() << "a generator has no input";
+using InputFaults = ProducerFaults;
+
+TEST_P(InputFaults, InputChangedAfterInit) {
     const std::string original = test::ReadFile(test::DataPath(GetParam().sample));
     ASSERT_FALSE(original.empty());
     test::ScratchDir dir;
@@ -103,8 +104,7 @@ TEST_P(ProducerFaults, InputChangedAfterInit) {
 
 // Inputs that cannot be opened, or open but cannot be measured or read: Init
 // fails with a status and leaves no descriptor behind.
-TEST_P(ProducerFaults, InputThatCannotBeRead) {
-    if (!HasInput()) GTEST_SKIP() << "a generator has no input";
+TEST_P(InputFaults, InputThatCannotBeRead) {
     test::ScratchDir dir;
     const std::string unreadable = dir.Write("unreadable", test::ReadFile(test::DataPath(GetParam().sample)));
     ASSERT_EQ(chmod(unreadable.c_str(), 0), 0);
@@ -202,6 +202,8 @@ TEST_P(ProducerFaults, BufferWhoseMemoryIsNotThere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, ProducerFaults, ::testing::ValuesIn(test::ProducerFamilies()),
+                         [](const auto& param) { return std::string(param.param.name); });
+INSTANTIATE_TEST_SUITE_P(Families, InputFaults, ::testing::ValuesIn(test::FamiliesWithInput()),
                          [](const auto& param) { return std::string(param.param.name); });
 
 // Writers whose output cannot take the bytes.

@@ -95,8 +95,9 @@ protected:
 
 // Compressed parsers without an end (mLoopForever over the first three frames,
 // so that no unit ends the file): every call delivers.
-TEST_P(LongRun, LoopForever) {
-    if (!Compressed()) GTEST_SKIP() << "loop-forever is a compressed-parser mode";
+using LoopForeverRun = LongRun;
+
+TEST_P(LoopForeverRun, LoopForever) {
     ConfigParam config = GetParam().config;
     config.mLoopForever = true;
     config.mLoopFrames = 3;
@@ -144,6 +145,8 @@ TEST_P(LongRun, LargeFrameCount) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Families, LongRun, ::testing::ValuesIn(test::ProducerFamilies()),
+                         [](const auto& param) { return std::string(param.param.name); });
+INSTANTIATE_TEST_SUITE_P(Families, LoopForeverRun, ::testing::ValuesIn(test::CompressedFamilies()),
                          [](const auto& param) { return std::string(param.param.name); });
 
 // Every key built and dropped 1,000 times: the factory keeps nothing, and

@@ -44,6 +44,23 @@ std::vector<Producer> ProducerFamilies() {
     return families;
 }
 
+std::vector<Producer> FamiliesWithInput() {
+    std::vector<Producer> families;
+    for (const auto& family : ProducerFamilies()) {
+        if (family.sample[0] != '\0') families.push_back(family);
+    }
+    return families;
+}
+
+std::vector<Producer> CompressedFamilies() {
+    std::vector<Producer> families;
+    for (const auto& family : ProducerFamilies()) {
+        const std::string key = family.key;
+        if (family.bufferType == 0 && key != "Parse/Container") families.push_back(family);
+    }
+    return families;
+}
+
 Run DriveToEnd(TessaroInterface& processor, uint32_t bufferType, int maxCalls) {
     Run run;
     std::shared_ptr<Buffer> buffer;

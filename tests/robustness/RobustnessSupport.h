@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,16 @@ struct Producer {
     ConfigParam config;  // input file name filled in by the test
 };
 
+// Test names and failure output show the case by its name.
+inline void PrintTo(const Producer& producer, std::ostream* os) { *os << producer.name; }
+
 // One producer per family: the five compressed parsers, a linear and a tiled
 // raw reader, a pattern generator and the container parser (where built).
 std::vector<Producer> ProducerFamilies();
+// Those that read an input file (all but the generator).
+std::vector<Producer> FamiliesWithInput();
+// The five compressed parsers.
+std::vector<Producer> CompressedFamilies();
 
 // Outcome of DriveToEnd.
 struct Run {
