@@ -1,0 +1,118 @@
+#include "FuzzSupport.h"
+
+#include <android/log.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace tessaro::fuzz {
+namespace {
+
+constexpr uint64_t kMaxBuffer = 8u << 20;
+
+void SilentLogger(const struct __android_logger_data*, const char*) {}
+
+// Library logs are formatted (so formatting paths are exercised) and dropped.
+struct QuietLogs {
+    QuietLogs() {
+        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+        __android_log_set_logger(SilentLogger);
+    }
+} gQuietLogs;
+
+}  // namespace
+
+InputFile::InputFile(const uint8_t* data, size_t size, const std::string& suffix) {
+    const char* dir = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+    std::string pattern = std::string(dir) + "/tessaro-fuzz-XXXXXX" + suffix;
+    const int fd = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
+    if (fd < 0) abort();
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t n = write(fd, data + done, size - done);
+        if (n <= 0) abort();
+        done += static_cast<size_t>(n);
+    }
+    close(fd);
+    mPath = pattern;
+}
+
+InputFile::~InputFile() { unlink(mPath.c_str()); }
+
+std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
+    capacity = std::min(capacity, kMaxBuffer);
+    const int fd = memfd_create("tessaro-fuzz", MFD_CLOEXEC);
+    if (fd < 0 || ftruncate(fd, static_cast<off_t>(capacity)) != 0) abort();
+    auto* buffer = new Buffer{};
+    buffer->mFd = fd;
+    buffer->mCapacity = capacity;
+    buffer->mType = type;
+    return std::shared_ptr<Buffer>(buffer, [fd](Buffer* b) {
+        close(fd);
+        delete b;
+    });
+}
+
+static std::vector<uint32_t> DrawList(FuzzedDataProvider& fdp) {
+    std::vector<uint32_t> list(fdp.ConsumeIntegralInRange<size_t>(0, 4));
+    for (auto& v : list) v = fdp.ConsumeIntegralInRange<uint32_t>(0, 6);
+    return list;
+}
+
+ConfigParam DrawConfig(FuzzedDataProvider& fdp) {
+    ConfigParam c{};
+    c.mFrames = fdp.ConsumeIntegralInRange<uint32_t>(0, 40);
+    c.mSuperFrame = fdp.ConsumeIntegralInRange<uint32_t>(0, 3);
+    c.mSliceMode = fdp.ConsumeBool();
+    c.mLoopForever = fdp.ConsumeBool();
+    if (fdp.ConsumeBool()) c.mLoopFrames = fdp.ConsumeIntegralInRange<uint32_t>(1, 6);
+    if (fdp.ConsumeBool()) c.mRepeatInterval = fdp.ConsumeIntegralInRange<uint32_t>(1, 6);
+    if (fdp.ConsumeBool()) c.mDeliveryMode = 1;
+    c.mSkipSlices = DrawList(fdp);
+    c.mSliceOrder = DrawList(fdp);
+    c.mWidth = fdp.ConsumeIntegralInRange<uint32_t>(0, 96);
+    c.mHeight = fdp.ConsumeIntegralInRange<uint32_t>(0, 96);
+    c.mStride = fdp.ConsumeIntegralInRange<uint32_t>(0, 128);
+    c.mScanlines = fdp.ConsumeIntegralInRange<uint32_t>(0, 128);
+    c.mStaticPattern = fdp.ConsumeBool();
+    c.mInterlaced = fdp.ConsumeBool();
+    if (fdp.ConsumeBool()) {
+        c.mFrameRateNum = fdp.ConsumeIntegralInRange<uint32_t>(1, 120000);
+        c.mFrameRateDen = fdp.ConsumeIntegralInRange<uint32_t>(1, 1001);
+    }
+    return c;
+}
+
+void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataProvider& fdp,
+                   uint32_t bufferType, int maxCalls) {
+    processor.SetConfig(config);
+    if (processor.Init() != TS_OK) {
+        processor.DeInit();
+        return;
+    }
+    const int seekAfter = fdp.ConsumeIntegralInRange<int>(-1, maxCalls);
+    std::shared_ptr<Buffer> buffer;
+    for (int call = 0; call < maxCalls; ++call) {
+        if (call == seekAfter) {
+            ConfigParam seek{};
+            seek.mSeekMode = fdp.ConsumeIntegralInRange<uint32_t>(1, 2);
+            seek.mSeekFrame = fdp.ConsumeIntegralInRange<uint32_t>(1, 50);
+            processor.SetConfig(seek);
+        }
+        const uint32_t wanted = processor.GetBufferLength();
+        uint64_t capacity = (wanted == 0 || wanted > (1u << 31)) ? 4096 : wanted;
+        if (fdp.ConsumeBool()) capacity = fdp.ConsumeIntegralInRange<uint64_t>(1, 1 << 16);
+        if (!buffer || buffer->mCapacity != std::min(capacity, kMaxBuffer)) {
+            buffer = MakeBuffer(capacity, bufferType);
+        }
+        if (processor.Process(buffer) != TS_OK) break;
+        if (buffer->mFlags & Buffer::FLAG_EOS) break;
+        if (buffer->mOffset + buffer->mLength > buffer->mCapacity) abort();  // never past the buffer
+    }
+    processor.DeInit();
+}
+
+}  // namespace tessaro::fuzz

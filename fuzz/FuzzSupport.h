@@ -1,0 +1,43 @@
+// Shared pieces of the fuzz targets: the input written to a file, client
+// buffers, and a driver that runs a producer as a harness would.
+#pragma once
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "tessaro/Tessaro.h"
+
+namespace tessaro::fuzz {
+
+// Writes bytes to a fresh file (in /dev/shm when available) with the given
+// suffix; removes it on destruction.
+class InputFile {
+public:
+    InputFile(const uint8_t* data, size_t size, const std::string& suffix);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+    const std::string& path() const { return mPath; }
+
+private:
+    std::string mPath;
+};
+
+// A memfd-backed client buffer of `capacity` bytes (the descriptor is closed
+// with the last reference). Capacity is capped to keep runs fast.
+std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type);
+
+// A configuration drawn from the fuzz data: frame limit, slice mode, skip and
+// order lists, loop/repeat, delivery mode, super-frame, geometry.
+ConfigParam DrawConfig(FuzzedDataProvider& fdp);
+
+// Runs SetConfig/Init, then up to `maxCalls` Process calls with buffers sized
+// by GetBufferLength (or a fuzzed size), optionally a seek in between, then
+// DeInit. Stops at EOS or an error status.
+void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataProvider& fdp,
+                   uint32_t bufferType, int maxCalls);
+
+}  // namespace tessaro::fuzz

@@ -1,0 +1,41 @@
+// Fuzz target for one compressed parser (chosen at build time): the input
+// bytes are the stream; a configuration drawn from the tail of the data sets
+// frame limits, slice mode, skip/order lists, loop/repeat, delivery mode and a seek.
+#include "FuzzSupport.h"
+
+#if TESSARO_FUZZ_CODEC == 1
+#include "compressed/AVCStreamParser.h"
+using Parser = tessaro::AVCStreamParser;
+static const char* kSuffixes[] = {".264"};
+#elif TESSARO_FUZZ_CODEC == 2
+#include "compressed/HEVCStreamParser.h"
+using Parser = tessaro::HEVCStreamParser;
+static const char* kSuffixes[] = {".265"};
+#elif TESSARO_FUZZ_CODEC == 3
+#include "compressed/VPXStreamParser.h"
+using Parser = tessaro::VPXStreamParser;
+static const char* kSuffixes[] = {".ivf", ".ivfnh"};
+#elif TESSARO_FUZZ_CODEC == 4
+#include "compressed/AV1StreamParser.h"
+using Parser = tessaro::AV1StreamParser;
+static const char* kSuffixes[] = {".ivf", ".obu"};
+#else
+#include "compressed/APVStreamParser.h"
+using Parser = tessaro::APVStreamParser;
+static const char* kSuffixes[] = {".apv"};
+#endif
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 16) return 0;
+    // The last 64 bytes (at most a quarter) steer the configuration.
+    const size_t steer = std::min<size_t>(64, size / 4);
+    FuzzedDataProvider fdp(data + size - steer, steer);
+    const size_t suffixCount = sizeof(kSuffixes) / sizeof(kSuffixes[0]);
+    const char* suffix = kSuffixes[fdp.ConsumeIntegralInRange<size_t>(0, suffixCount - 1)];
+    tessaro::fuzz::InputFile input(data, size - steer, suffix);
+    tessaro::ConfigParam config = tessaro::fuzz::DrawConfig(fdp);
+    config.mInputFileName = input.path();
+    Parser parser;
+    tessaro::fuzz::DriveProducer(parser, config, fdp, 0, 48);
+    return 0;
+}

@@ -1,0 +1,319 @@
+// Faults a test lab meets: the input changed under a running processor, inputs
+// that open but cannot be read, client buffers whose memory is not there, and
+// outputs that cannot take the bytes. Every case must end in a status, never a
+// crash, a write past a buffer or a fault on touching a mapping.
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include "robustness/RobustnessSupport.h"
+#include "support/ClientBuffer.h"
+#include "support/LogCapture.h"
+#include "support/Probe.h"
+#include "support/TestPaths.h"
+
+namespace tessaro {
+namespace {
+
+constexpr int kMaxCalls = 400;
+
+std::shared_ptr<TessaroInterface> Make(const test::Producer& p) {
+    return TessaroFactory::getInstance()->getProcessorInstance(p.key);
+}
+
+class ProducerFaults : public ::testing::TestWithParam<test::Producer> {
+protected:
+    // Starts a processor on `path`; returns it running, or null after a failure.
+    std::shared_ptr<TessaroInterface> Start(const std::string& path) {
+        auto processor = Make(GetParam());
+        ConfigParam config = GetParam().config;
+        config.mInputFileName = path;
+        EXPECT_EQ(processor->SetConfig(config), TS_OK);
+        if (processor->Init() != TS_OK) return nullptr;
+        return processor;
+    }
+    bool HasInput() const { return GetParam().sample[0] != '\0'; }
+};
+
+// Replacing or deleting the input after Init changes nothing: the processor
+// reads through the file it opened. Truncating it ends the run with a status
+// (or an early end of stream), never with a read past the client buffer.
+using InputFaults = ProducerFaults;
+
+TEST_P(InputFaults, InputChangedAfterInit) {
+    const std::string original = test::ReadFile(test::DataPath(GetParam().sample));
+    ASSERT_FALSE(original.empty());
+    test::ScratchDir dir;
+    const std::string suffix = std::string(GetParam().sample).substr(std::string(GetParam().sample).rfind('.'));
+
+    auto reference = Start(dir.Write("reference" + suffix, original));
+    ASSERT_NE(reference, nullptr);
+    const test::Run expected = test::DriveToEnd(*reference, GetParam().bufferType, kMaxCalls);
+    ASSERT_TRUE(expected.sawEos);
+    reference->DeInit();
+
+    enum Change { kDeleted, kReplaced, kTruncatedToZero, kTruncatedToHalf };
+    const struct {
+        const char* name;
+        Change change;
+    } changes[] = {{"deleted", kDeleted},
+                   {"replaced", kReplaced},
+                   {"truncated to zero", kTruncatedToZero},
+                   {"truncated to half", kTruncatedToHalf}};
+    for (const auto& c : changes) {
+        SCOPED_TRACE(c.name);
+        const std::string path = dir.Write(std::string("input") + suffix, original);
+        auto processor = Start(path);
+        ASSERT_NE(processor, nullptr);
+        switch (c.change) {
+            case kDeleted:
+                ASSERT_EQ(unlink(path.c_str()), 0);
+                break;
+            case kReplaced:
+                ASSERT_EQ(rename(dir.Write("other", std::string(original.size(), '\x5a')).c_str(),
+                                 path.c_str()),
+                          0);
+                break;
+            case kTruncatedToZero:
+                ASSERT_EQ(truncate(path.c_str(), 0), 0);
+                break;
+            case kTruncatedToHalf:
+                ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(original.size() / 2)), 0);
+                break;
+        }
+        const test::Run run = test::DriveToEnd(*processor, GetParam().bufferType, kMaxCalls);
+        EXPECT_TRUE(run.stayedInside);
+        EXPECT_LT(run.calls, kMaxCalls) << "the run did not end";
+        if (c.change == kDeleted || c.change == kReplaced) {
+            EXPECT_TRUE(run.sawEos);
+            EXPECT_EQ(run.bytes, expected.bytes);
+        } else {
+            EXPECT_TRUE(run.sawEos || run.lastStatus < 0) << run.lastStatus;
+        }
+        EXPECT_EQ(processor->DeInit(), TS_OK);
+    }
+}
+
+// Inputs that cannot be opened, or open but cannot be measured or read: Init
+// fails with a status and leaves no descriptor behind.
+TEST_P(InputFaults, InputThatCannotBeRead) {
+    test::ScratchDir dir;
+    const std::string unreadable = dir.Write("unreadable", test::ReadFile(test::DataPath(GetParam().sample)));
+    ASSERT_EQ(chmod(unreadable.c_str(), 0), 0);
+    const bool rootReadsAnything = access(unreadable.c_str(), R_OK) == 0;
+    const struct {
+        const char* name;
+        std::string path;
+    } inputs[] = {{"missing", dir.File("missing")},
+                  {"directory", dir.path()},
+                  {"unreadable", unreadable},
+                  {"opens but every read fails", "/proc/self/mem"},
+                  {"empty name", ""}};
+    const int descriptors = test::OpenDescriptorCount();
+    for (const auto& input : inputs) {
+        SCOPED_TRACE(input.name);
+        if (input.path == unreadable && rootReadsAnything) continue;  // permissions do not bind root
+        auto processor = Make(GetParam());
+        ConfigParam config = GetParam().config;
+        config.mInputFileName = input.path;
+        processor->SetConfig(config);
+        int32_t status = TS_ERROR;
+        try {
+            status = processor->Init();
+        } catch (const std::out_of_range&) {
+            // The IVF parser takes the extension from the last '.', and a name
+            // that opens but has none throws out of Init; nothing is leaked.
+            EXPECT_EQ(std::string(GetParam().key), "Parse/VPX");
+            EXPECT_EQ(input.path.find('.'), std::string::npos);
+        }
+        if (status == TS_OK) {
+            // An input that opens and reads as empty may still start; it must end.
+            const test::Run run = test::DriveToEnd(*processor, GetParam().bufferType, kMaxCalls);
+            EXPECT_LT(run.calls, kMaxCalls);
+            EXPECT_TRUE(run.stayedInside);
+        } else {
+            EXPECT_LT(status, 0);
+        }
+        processor->DeInit();
+        processor.reset();
+        EXPECT_EQ(test::OpenDescriptorCount(), descriptors);
+    }
+}
+
+// Client buffers whose memory is not all there: a descriptor that is invalid
+// or closed, memory smaller than mMapOffset + mCapacity. The call fails before
+// touching the mapping (which would kill the client), and a good buffer
+// afterwards is served as usual.
+TEST_P(ProducerFaults, BufferWhoseMemoryIsNotThere) {
+    test::ScratchDir dir;
+    auto processor = Start(HasInput() ? test::DataPath(GetParam().sample) : "");
+    ASSERT_NE(processor, nullptr);
+    const uint32_t wanted = processor->GetBufferLength();
+    const uint64_t capacity = (wanted == 0 || static_cast<int32_t>(wanted) < 0) ? 4096 : wanted;
+
+    const int closed = dup(STDIN_FILENO);
+    ASSERT_GE(closed, 0);
+    close(closed);
+    const struct {
+        const char* name;
+        int fd;             // -2: a memfd of `memory` bytes
+        uint64_t memory;
+        uint32_t mapOffset;
+    } faults[] = {
+        {"invalid descriptor", -1, 0, 0},
+        {"closed descriptor", closed, 0, 0},
+        {"memory half the capacity", -2, capacity / 2, 0},
+        {"memory one page short of the map offset", -2, capacity + 4096, 8192},
+        {"a regular file of no bytes", -3, 0, 0},
+    };
+    for (const auto& f : faults) {
+        SCOPED_TRACE(f.name);
+        auto buffer = std::make_shared<Buffer>();
+        int owned = -1;
+        if (f.fd == -2) {
+            owned = memfd_create("short", 0);
+            ASSERT_EQ(ftruncate(owned, static_cast<off_t>(f.memory)), 0);
+        } else if (f.fd == -3) {
+            owned = open(dir.Write("empty", "").c_str(), O_RDWR);
+        }
+        buffer->mFd = owned >= 0 ? owned : f.fd;
+        buffer->mCapacity = capacity;
+        buffer->mMapOffset = f.mapOffset;
+        buffer->mType = GetParam().bufferType;
+        // The container parser ignores the outcome of copying a codec-config
+        // header: that call succeeds with nothing delivered.
+        const int32_t status = processor->Process(buffer);
+        EXPECT_TRUE(status < 0 || (buffer->mLength == 0 && (buffer->mFlags & Buffer::FLAG_CODEC_CONFIG)))
+            << status;
+        EXPECT_LE(buffer->mOffset + buffer->mLength, buffer->mCapacity);
+        if (owned >= 0) close(owned);
+    }
+    const test::Run rest = test::DriveToEnd(*processor, GetParam().bufferType, kMaxCalls);
+    EXPECT_TRUE(rest.sawEos) << rest.lastStatus;
+    processor->DeInit();
+}
+
+INSTANTIATE_TEST_SUITE_P(Families, ProducerFaults, ::testing::ValuesIn(test::ProducerFamilies()),
+                         [](const auto& param) { return std::string(param.param.name); });
+INSTANTIATE_TEST_SUITE_P(Families, InputFaults, ::testing::ValuesIn(test::FamiliesWithInput()),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+// Writers whose output cannot take the bytes.
+TEST(WriterFaults, OutputThatCannotTakeTheBytes) {
+    test::ScratchDir dir;
+    for (const char* key : {"Write/Compressed", "Write/UnCompressed"}) {
+        const bool raw = std::string(key) == "Write/UnCompressed";
+        for (const std::string& path : {dir.path(), dir.File("missing/out"), std::string()}) {
+            SCOPED_TRACE(std::string(key) + " to '" + path + "'");
+            auto writer = TessaroFactory::getInstance()->getProcessorInstance(key);
+            ConfigParam config{};
+            config.mOutputFileName = path;
+            writer->SetConfig(config);
+            EXPECT_EQ(writer->Init(), TS_ERROR);
+            auto buffer = test::MakeClientBuffer(64, raw ? 1 : 0);
+            buffer->mLength = 64;
+            EXPECT_EQ(writer->Process(buffer), -3);  // never started
+            writer->DeInit();
+        }
+    }
+}
+
+// Writers handed a buffer whose memory is not all there refuse it before
+// reading a byte, and the output stays empty.
+TEST(WriterFaults, BufferWhoseMemoryIsNotThere) {
+    test::ScratchDir dir;
+    const int closed = dup(STDIN_FILENO);
+    ASSERT_GE(closed, 0);
+    close(closed);
+    for (const char* key : {"Write/Compressed", "Write/UnCompressed"}) {
+        const bool raw = std::string(key) == "Write/UnCompressed";
+        auto writer = TessaroFactory::getInstance()->getProcessorInstance(key);
+        ConfigParam config{};
+        config.mOutputFileName = dir.File(raw ? "raw.out" : "compressed.out");
+        config.mWidth = config.mStride = 64;
+        config.mHeight = config.mScanlines = 48;
+        config.mPixFormat = 1;
+        writer->SetConfig(config);
+        ASSERT_EQ(writer->Init(), TS_OK);
+        const uint64_t capacity = raw ? writer->GetBufferLength() : 4608;
+        const struct {
+            const char* name;
+            int fd;  // -2: a memfd of `memory` bytes
+            uint64_t memory;
+            uint32_t mapOffset;
+        } faults[] = {
+            {"invalid descriptor", -1, 0, 0},
+            {"closed descriptor", closed, 0, 0},
+            {"memory half the capacity", -2, capacity / 2, 0},
+            {"memory one page short of the map offset", -2, capacity + 4096, 8192},
+        };
+        for (const auto& f : faults) {
+            SCOPED_TRACE(std::string(key) + ": " + f.name);
+            const int owned = f.fd == -2 ? memfd_create("short", 0) : -1;
+            if (owned >= 0) {
+                ASSERT_EQ(ftruncate(owned, static_cast<off_t>(f.memory)), 0);
+            }
+            auto buffer = std::make_shared<Buffer>();
+            buffer->mFd = owned >= 0 ? owned : f.fd;
+            buffer->mCapacity = capacity;
+            buffer->mLength = capacity;
+            buffer->mMapOffset = f.mapOffset;
+            buffer->mType = raw ? 1 : 0;
+            EXPECT_LT(writer->Process(buffer), 0);
+            if (owned >= 0) close(owned);
+        }
+        EXPECT_EQ(writer->DeInit(), TS_OK);
+        EXPECT_EQ(test::ReadFile(config.mOutputFileName), "");
+    }
+}
+
+// /dev/full accepts the open and refuses every byte. The compressed writer
+// reports the failed write ("Error. Fail to read Input File.", TS_ERROR) as
+// soon as its stream passes the bytes on, and every later write fails too; the
+// raw writer's short writes are silent.
+TEST(WriterFaults, DeviceWithNoSpaceLeft) {
+    if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
+    {
+        test::LogCapture logs;
+        auto writer = TessaroFactory::getInstance()->getProcessorInstance("Write/Compressed");
+        ConfigParam config{};
+        config.mOutputFileName = "/dev/full";
+        writer->SetConfig(config);
+        ASSERT_EQ(writer->Init(), TS_OK);
+        auto buffer = test::MakeLinearBuffer(1 << 16);
+        buffer->mLength = 1 << 16;  // larger than the stream's own buffer: written at once
+        EXPECT_EQ(writer->Process(buffer), TS_ERROR);
+        buffer->mLength = 16;
+        EXPECT_EQ(writer->Process(buffer), TS_ERROR);
+        EXPECT_EQ(logs.Count(6, "Tessaro::Impl::StreamWriter::Compressed", "Error. Fail to read Input File."), 2u);
+        EXPECT_EQ(writer->DeInit(), TS_OK);
+        EXPECT_EQ(writer->DeInit(), TS_OK);
+    }
+    {
+        auto writer = TessaroFactory::getInstance()->getProcessorInstance("Write/UnCompressed");
+        ConfigParam config{};
+        config.mOutputFileName = "/dev/full";
+        config.mWidth = config.mStride = 64;
+        config.mHeight = config.mScanlines = 48;
+        config.mPixFormat = 1;
+        writer->SetConfig(config);
+        ASSERT_EQ(writer->Init(), TS_OK);
+        const uint32_t length = writer->GetBufferLength();
+        ASSERT_GT(length, 0u);
+        auto buffer = test::MakeGraphicBuffer(length);
+        buffer->mLength = length;
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(writer->Process(buffer), TS_OK);
+        EXPECT_EQ(writer->DeInit(), TS_OK);
+    }
+}
+
+}  // namespace
+}  // namespace tessaro
