@@ -50,7 +50,8 @@ int32_t StreamParserCompressed::SignalEndOfStream(Buffer& buffer) {
 int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& unit,
                                          uint64_t offset, uint64_t length) {
     Buffer& buffer = delivery.buffer;
-    Buffer::Mapping mapping(buffer);
+    if (!delivery.mapping) delivery.mapping = std::make_unique<Buffer::Mapping>(buffer);
+    const Buffer::Mapping& mapping = *delivery.mapping;
     TS_LOGI("Buffer Capacity %d | Length to be read %d data offset:%u",
             static_cast<int>(buffer.capacity()), static_cast<int>(length),
             static_cast<uint32_t>(offset));
@@ -153,9 +154,10 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
     TS_CHECK_TEXT(entry == mFrameOffsetTable.end(),
                   "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())", kFrameMissing,
                   TS_ERROR);
-    std::vector<FrameInfo> units = entry->second;
+    // The table does not change while frames are delivered: read it in place.
+    const std::vector<FrameInfo>* units = &entry->second;
 
-    Delivery delivery{*buffer};
+    Delivery delivery{*buffer, 0, 0, nullptr};
 
     // After a seek the buffer first carries every codec-config unit of the
     // frames before the target, so that a decoder can start there.
@@ -174,16 +176,16 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
     }
 
     for (;;) {
-        if (cursor.bufferNum >= units.size()) {
+        if (cursor.bufferNum >= units->size()) {
             // Only a cursor moved by hand could point past the frame's units.
             return ReportFailure(kLogTag,
                                  "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                                  kFrameMissing, TS_ERROR);
         }
-        const FrameInfo& unit = units[cursor.bufferNum];
-        const bool lastUnit = cursor.bufferNum + 1 == units.size();
+        const FrameInfo& unit = (*units)[cursor.bufferNum];
+        const bool lastUnit = cursor.bufferNum + 1 == units->size();
         // With mDeliveryMode 1 the first frame's leading units travel alone.
-        const bool nextIsLast = cursor.bufferNum + 2 == units.size();
+        const bool nextIsLast = cursor.bufferNum + 2 == units->size();
         const bool separateConfig = (mConfigParam.mLoopFrames != 0 || mFrameCount == 1) &&
                                     nextIsLast && mConfigParam.mDeliveryMode == 1;
 
@@ -234,7 +236,7 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
             TS_CHECK_TEXT(next == mFrameOffsetTable.end(),
                           "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                           kNextFrameMissing, TS_ERROR);
-            units = next->second;
+            units = &next->second;
             frame = cursor.frameNum;
             frameSkipped = true;
             break;
