@@ -135,19 +135,24 @@ int main(int argc, char** argv) {
             config.mFrames = static_cast<uint32_t>(std::stoul(argv[3]));
             limit = config.mFrames;
         }
-        const uint64_t frameBytes = uint64_t{config.mStride} * config.mScanlines * 3 / 2;
-        buffer = MakeBuffer((frameBytes + 4095) / 4096 * 4096, 1);
     } else {
         std::fprintf(stderr, "tessaro_bench: unknown mode or missing arguments\n");
         return 2;
     }
-    if (!producer || !buffer) return Fail("getProcessorInstance / memfd", -1);
+    if (!producer) return Fail("getProcessorInstance", -1);
 
     const auto start = std::chrono::steady_clock::now();
     int32_t status = producer->SetConfig(config);
     if (status == tessaro::TS_OK) status = producer->Init();
     if (status != tessaro::TS_OK) return Fail("SetConfig/Init", status);
     if (writer && (status = writer->Init()) != tessaro::TS_OK) return Fail("writer Init", status);
+    if (!buffer) {
+        // Raw pictures: the producer sizes the graphic buffer, as a harness asks it to.
+        const uint32_t needed = producer->GetBufferLength();
+        if (static_cast<int32_t>(needed) <= 0) return Fail("GetBufferLength", static_cast<int32_t>(needed));
+        buffer = MakeBuffer((uint64_t{needed} + 4095) / 4096 * 4096, 1);
+    }
+    if (!buffer) return Fail("memfd buffer", -1);
     const auto indexed = std::chrono::steady_clock::now();
     Totals totals;
     const int result = HasFlag(argc, argv, "--index-only")

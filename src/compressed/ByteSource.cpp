@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "compressed/StartCodeAccumulator.h"
+#include "compressed/StartCodeSearch.h"
 
 namespace tessaro {
 
@@ -176,25 +177,39 @@ uint64_t ByteSource::SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t m
         ++k;
     }
     if (k == 2) {
-        for (;;) {
-            const void* hit = k < n ? std::memchr(p + k, 1, n - k) : nullptr;
-            if (hit == nullptr) {
-                k = n;
-                break;
-            }
-            const uint64_t at = static_cast<uint64_t>(static_cast<const uint8_t*>(hit) - p);
-            if (p[at - 1] == 0 && p[at - 2] == 0) {
-                k = at;
-                break;
-            }
-            k = at + 1;
-        }
+        k = FindStartCodeEnd(p, 2, n);
         // The accumulator holds the last four bytes passed over.
         const uint64_t from = k >= 6 ? k - 4 : 2;
         for (uint64_t i = from; i < k; ++i) startCode.Push(p[i]);
     }
     mPos += k;
     return k;
+}
+
+uint64_t ByteSource::CopyAt(uint64_t offset, int dstFd, uint64_t dstOffset, uint64_t n,
+                           bool& writeFailed) {
+    writeFailed = false;
+    static constexpr uint64_t kBlock = 256 * 1024;
+    if (mBounce.size() != kBlock) mBounce.resize(kBlock);
+    uint64_t done = 0;
+    while (done < n) {
+        const uint64_t want = (n - done) < kBlock ? (n - done) : kBlock;
+        const uint64_t got = ReadAt(offset + done, mBounce.data(), want);
+        uint64_t written = 0;
+        while (written < got) {
+            const ssize_t w = pwrite(dstFd, mBounce.data() + written, static_cast<size_t>(got - written),
+                                     static_cast<off_t>(dstOffset + done + written));
+            if (w < 0 && errno == EINTR) continue;
+            if (w <= 0) {
+                writeFailed = true;
+                return done + written;
+            }
+            written += static_cast<uint64_t>(w);
+        }
+        done += got;
+        if (got < want) break;
+    }
+    return done;
 }
 
 uint64_t ByteSource::ReadAt(uint64_t offset, void* dst, uint64_t n) const {

@@ -105,6 +105,7 @@ private:
         // The client buffer's mapping, made by the first read of the call and
         // shared by the reads after it.
         std::unique_ptr<Buffer::Mapping> mapping;
+        bool writable = false;  // the buffer's descriptor takes positioned writes
     };
 
     // Reads length bytes at offset of the input into the client buffer behind
