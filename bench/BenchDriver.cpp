@@ -1,9 +1,10 @@
 // tessaro_bench: times what a harness waits for, as a client does it.
 //
-//   tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only]
+//   tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only] [--verify]
 //       Init (the whole input is indexed) and Process until end of stream,
 //       every frame delivered into one linear memfd buffer (--index-only:
-//       Init and DeInit alone).
+//       Init and DeInit alone; --verify: every delivered buffer is compared
+//       with the bytes its frame's units cover, read straight from the file).
 //   tessaro_bench raw <in.nv12> <out.nv12> <W>x<H> <stride> <scanlines>
 //       Parse/NV12 into padded graphic buffers, Write/UnCompressed back unpadded.
 //   tessaro_bench pattern <W>x<H> <frames> <stride> <scanlines>
@@ -18,6 +19,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <fcntl.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -25,6 +28,7 @@
 #include <string>
 
 #include "compressed/ByteSource.h"
+#include "compressed/StreamParserCompressed.h"
 #include "tessaro/Tessaro.h"
 
 namespace {
@@ -68,7 +72,35 @@ int Fail(const char* what, int32_t status) {
 struct Totals {
     uint64_t buffers = 0;
     uint64_t bytes = 0;
+    int verifyFd = -1;          // the input, when delivered bytes are checked
+    uint64_t mismatches = 0;    // buffers whose bytes differ from the input
+    uint64_t highestOffset = 0; // largest input offset checked
+    const tessaro::StreamParserCompressed* table = nullptr;
 };
+
+// Compares the buffer with the units of frame number totals.buffers, read
+// from the input file at the offsets the parser's table holds.
+void Verify(const Buffer& buffer, Totals& totals) {
+    const auto& frames = totals.table->frameOffsetTable();
+    auto frame = frames.find(static_cast<uint32_t>(totals.buffers));
+    std::string expected;
+    if (frame != frames.end()) {
+        for (const auto& unit : frame->second) {
+            std::string bytes(unit.mLength, '\0');
+            if (pread(totals.verifyFd, bytes.data(), bytes.size(), static_cast<off_t>(unit.mOffset)) !=
+                static_cast<ssize_t>(bytes.size())) {
+                bytes.clear();
+            }
+            expected += bytes;
+            if (unit.mOffset > totals.highestOffset) totals.highestOffset = unit.mOffset;
+        }
+    }
+    std::string got(buffer.mLength, '\0');
+    const bool ok = pread(buffer.mFd, got.data(), got.size(), buffer.mMapOffset) ==
+                        static_cast<ssize_t>(got.size()) &&
+                    got == expected;
+    if (!ok) ++totals.mismatches;
+}
 
 // Process into buffer until a buffer comes back flagged end of stream (or,
 // with limit, after limit buffers); each filled buffer goes to writer if given.
@@ -80,6 +112,7 @@ int Drain(tessaro::TessaroInterface& producer, tessaro::TessaroInterface* writer
         const int32_t status = producer.Process(buffer);
         if (status != tessaro::TS_OK) return Fail("Process", status);
         ++totals.buffers;
+        if (totals.verifyFd >= 0 && buffer->mLength != 0) Verify(*buffer, totals);
         totals.bytes += buffer->mLength;
         if (writer != nullptr && buffer->mLength != 0) {
             const int32_t written = writer->Process(buffer);
@@ -95,7 +128,7 @@ int Drain(tessaro::TessaroInterface& producer, tessaro::TessaroInterface* writer
 int main(int argc, char** argv) {
     if (argc < 3) {
         std::fprintf(stderr,
-                     "usage: tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only]\n"
+                     "usage: tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only] [--verify]\n"
                      "       tessaro_bench raw <in> <out> <W>x<H> <stride> <scanlines>\n"
                      "       tessaro_bench pattern <W>x<H> <frames> <stride> <scanlines>\n");
         return 2;
@@ -155,6 +188,11 @@ int main(int argc, char** argv) {
     if (!buffer) return Fail("memfd buffer", -1);
     const auto indexed = std::chrono::steady_clock::now();
     Totals totals;
+    if (HasFlag(argc, argv, "--verify")) {
+        totals.table = dynamic_cast<const tessaro::StreamParserCompressed*>(producer.get());
+        if (totals.table == nullptr) return Fail("--verify needs a compressed parser", -1);
+        totals.verifyFd = open(config.mInputFileName.c_str(), O_RDONLY);
+    }
     const int result = HasFlag(argc, argv, "--index-only")
                            ? 0
                            : Drain(*producer, writer.get(), buffer, limit, totals);
@@ -162,6 +200,14 @@ int main(int argc, char** argv) {
     producer->DeInit();
     const auto end = std::chrono::steady_clock::now();
     if (result != 0) return result;
+    if (totals.verifyFd >= 0) {
+        std::printf("verified %llu buffers, highest unit offset %llu, mismatches %llu\n",
+                    static_cast<unsigned long long>(totals.buffers),
+                    static_cast<unsigned long long>(totals.highestOffset),
+                    static_cast<unsigned long long>(totals.mismatches));
+        close(totals.verifyFd);
+        if (totals.mismatches != 0) return 1;
+    }
 
     const double initSeconds = std::chrono::duration<double>(indexed - start).count();
     const double seconds = std::chrono::duration<double>(end - start).count();
