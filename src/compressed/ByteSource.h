@@ -120,7 +120,7 @@ private:
     uint64_t mGcount = 0;
     uint8_t mState = 0;
     std::vector<uint8_t> mBuf;
-    mutable std::vector<uint8_t> mBounce;  // CopyAt's staging block
+    std::vector<uint8_t> mBounce;  // CopyAt's staging block
 };
 
 }  // namespace tessaro

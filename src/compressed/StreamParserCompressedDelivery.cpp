@@ -1,5 +1,7 @@
-// StreamParserCompressed::Process: one client buffer per call, filled from the
-// frame offset table by positioned reads straight into the mapped buffer.
+// StreamParserCompressed::Process: one client buffer per call, mapped once and
+// filled from the frame offset table by one positioned read per unit, passed
+// on to the buffer's memfd by positioned writes where it takes them, else
+// read straight into the mapping.
 #include <sys/stat.h>
 
 #include <algorithm>
