@@ -88,6 +88,11 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
             TS_LOGI("Buffer is Full.");
             break;
         }
+        // Bulk data up to the next possible start code, as the loop would read it.
+        if (const uint64_t skipped = mInputFile.SkipNoStartCode(startCode, limit - mBytesScanned)) {
+            mBytesScanned += skipped;
+            continue;
+        }
         uint8_t byte = 0;
         if (!mInputFile.get(byte)) {
             return HandleEndOfData(frameNum, framelist, entryOpen, sawStartCode, true);
@@ -240,6 +245,11 @@ int32_t AVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist,
             if (mBytesScanned >= limit) {
                 TS_LOGI("Buffer is Full.");
                 break;
+            }
+            if (const uint64_t skipped =
+                    mInputFile.SkipNoStartCode(startCode, limit - mBytesScanned)) {
+                mBytesScanned += skipped;
+                continue;
             }
             uint8_t byte = 0;
             if (!mInputFile.get(byte)) return HandleSliceEndOfData(entry, sliceNum);

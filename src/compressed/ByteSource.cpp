@@ -7,7 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "compressed/StartCodeAccumulator.h"
+#include "compressed/StartCodeSearch.h"
+
 namespace tessaro {
+
+std::atomic<bool> ByteSource::sShortcuts{true};
 
 ByteSource::~ByteSource() {
     if (mFd >= 0) ::close(mFd);
@@ -138,6 +143,73 @@ ByteSource& ByteSource::read(void* dst, uint64_t n) {
     }
     if (mGcount < n) mState |= bad() ? kFail : (kEof | kFail);
     return *this;
+}
+
+ByteSource& ByteSource::read(void* dst, uint64_t n, uint64_t keep) {
+    if (keep >= n || !Shortcuts()) return read(dst, n);
+    read(dst, keep);
+    if (mGcount < keep) return *this;
+    // The rest is passed over: it exists exactly as far as the file reaches.
+    const uint64_t end = size();
+    const uint64_t rest = n - keep;
+    const uint64_t have = end > mPos ? end - mPos : 0;
+    const uint64_t moved = have < rest ? have : rest;
+    mPos += moved;
+    mGcount = keep + moved;
+    if (moved < rest) mState |= kEof | kFail;
+    return *this;
+}
+
+uint64_t ByteSource::SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t max) {
+    if (!Shortcuts() || !good() || mFd < 0) return 0;
+    if (mPos < mBufStart || mPos >= mBufStart + mBufLen) return 0;
+    const uint8_t* p = mBuf.data() + (mPos - mBufStart);
+    const uint64_t have = mBufStart + mBufLen - mPos;
+    const uint64_t n = have < max ? have : max;
+
+    // k counts the bytes that can be passed over. A start code completes on a
+    // byte 01 whose two predecessors are 00; for the first two bytes the
+    // predecessors are still in the accumulator.
+    uint64_t k = 0;
+    while (k < n && k < 2) {
+        if (startCode.WouldMatch(p[k])) break;
+        startCode.Push(p[k]);
+        ++k;
+    }
+    if (k == 2) {
+        k = FindStartCodeEnd(p, 2, n);
+        // The accumulator holds the last four bytes passed over.
+        const uint64_t from = k >= 6 ? k - 4 : 2;
+        for (uint64_t i = from; i < k; ++i) startCode.Push(p[i]);
+    }
+    mPos += k;
+    return k;
+}
+
+uint64_t ByteSource::CopyAt(uint64_t offset, int dstFd, uint64_t dstOffset, uint64_t n,
+                           bool& writeFailed) {
+    writeFailed = false;
+    static constexpr uint64_t kBlock = 256 * 1024;
+    if (mBounce.size() != kBlock) mBounce.resize(kBlock);
+    uint64_t done = 0;
+    while (done < n) {
+        const uint64_t want = (n - done) < kBlock ? (n - done) : kBlock;
+        const uint64_t got = ReadAt(offset + done, mBounce.data(), want);
+        uint64_t written = 0;
+        while (written < got) {
+            const ssize_t w = pwrite(dstFd, mBounce.data() + written, static_cast<size_t>(got - written),
+                                     static_cast<off_t>(dstOffset + done + written));
+            if (w < 0 && errno == EINTR) continue;
+            if (w <= 0) {
+                writeFailed = true;
+                return done + written;
+            }
+            written += static_cast<uint64_t>(w);
+        }
+        done += got;
+        if (got < want) break;
+    }
+    return done;
 }
 
 uint64_t ByteSource::ReadAt(uint64_t offset, void* dst, uint64_t n) const {

@@ -13,14 +13,25 @@
 //
 // Only the sequential interface carries state; swapping this class for a
 // faster source means keeping these rules, not touching a scanner.
+//
+// Two shortcuts let a scanner pass over bulk data without a call per byte:
+// SkipNoStartCode() steps over buffered bytes that cannot end a start code,
+// and read(dst, n, keep) moves over n bytes but copies only the first keep.
+// Both leave the position, the state and the start-code accumulator exactly
+// as the byte-at-a-time reads they replace would have. SetShortcuts(false)
+// turns them into plain byte-at-a-time reading, the reference the
+// differential test and the benchmark compare against.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <ios>
 #include <string>
 #include <vector>
 
 namespace tessaro {
+
+class StartCodeAccumulator;
 
 class ByteSource {
 public:
@@ -60,11 +71,32 @@ public:
     // end-of-file and fail.
     ByteSource& read(void* dst, uint64_t n);
     uint64_t gcount() const { return mGcount; }
+    // As read(dst, n), but only the first keep bytes are stored in dst (with the
+    // shortcuts off all n are). Position, gcount and state are those of read.
+    ByteSource& read(void* dst, uint64_t n, uint64_t keep);
+
+    // Moves over the bytes already buffered at the read position, at most max,
+    // that would not complete a start code when shifted into startCode, and
+    // shifts them in. Returns how many it moved over: the caller's loop then
+    // meets the next byte as if it had read every skipped byte with get().
+    // Returns 0 unless the state is good (and always with the shortcuts off).
+    uint64_t SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t max);
+
+    // Process-wide switch for the shortcuts above (on by default).
+    static void SetShortcuts(bool on) { sShortcuts.store(on, std::memory_order_relaxed); }
+    static bool Shortcuts() { return sShortcuts.load(std::memory_order_relaxed); }
 
     // One positioned read of up to n bytes at offset into dst, without touching
     // the read position or the state. Returns the bytes read (short at the end
     // of the file or on an error).
     uint64_t ReadAt(uint64_t offset, void* dst, uint64_t n) const;
+
+    // As ReadAt, but the bytes go to the regular file (or memfd) dstFd at
+    // dstOffset through positioned writes, which fill shared memory without
+    // faulting it in page by page. Returns the bytes read; writeFailed is set
+    // when a write failed, and then the return value counts the bytes written
+    // before it (the caller reads the rest another way).
+    uint64_t CopyAt(uint64_t offset, int dstFd, uint64_t dstOffset, uint64_t n, bool& writeFailed);
 
     // Current size of the open file in bytes (0 when not open).
     uint64_t size() const;
@@ -79,6 +111,8 @@ private:
     // (with the state set accordingly).
     bool Refill();
 
+    static std::atomic<bool> sShortcuts;
+
     int mFd = -1;
     uint64_t mPos = 0;        // read position
     uint64_t mBufStart = 0;   // file offset of mBuf[0]
@@ -86,6 +120,7 @@ private:
     uint64_t mGcount = 0;
     uint8_t mState = 0;
     std::vector<uint8_t> mBuf;
+    std::vector<uint8_t> mBounce;  // CopyAt's staging block
 };
 
 }  // namespace tessaro

@@ -66,6 +66,11 @@ int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<Frame
             TS_LOGI("Buffer is Full.");
             break;
         }
+        // Bulk data up to the next possible start code, as the loop would read it.
+        if (const uint64_t skipped = mInputFile.SkipNoStartCode(startCode, limit - mBytesScanned)) {
+            mBytesScanned += skipped;
+            continue;
+        }
         uint8_t byte = 0;
         if (!ReadByte(byte)) return HandleEndOfData(frameNum, framelist, sawStartCode);
         ++mBytesScanned;
@@ -199,6 +204,11 @@ int32_t HEVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist
     if (!(mPicCount >= 2 && mPicDone)) {
         StartCodeAccumulator startCode;
         for (;;) {
+            // The slice scan has no scan limit of its own.
+            if (const uint64_t skipped = mInputFile.SkipNoStartCode(startCode, UINT64_MAX)) {
+                mBytesScanned += skipped;
+                continue;
+            }
             uint8_t byte = 0;
             if (!ReadByte(byte)) return HandleSliceEndOfData(framelist, sliceNum);
             ++mBytesScanned;

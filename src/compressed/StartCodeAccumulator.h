@@ -19,6 +19,8 @@ public:
         return 0;
     }
     void Reset() { mValue = 0; }
+    // True if Push(byte) would report a start code; changes nothing.
+    bool WouldMatch(uint8_t byte) const { return byte == 1 && (mValue & 0xFFFF) == 0; }
 
 private:
     uint32_t mValue = 0;

@@ -1,5 +1,9 @@
-// StreamParserCompressed::Process: one client buffer per call, filled from the
-// frame offset table by positioned reads straight into the mapped buffer.
+// StreamParserCompressed::Process: one client buffer per call, mapped once and
+// filled from the frame offset table by one positioned read per unit, passed
+// on to the buffer's memfd by positioned writes where it takes them, else
+// read straight into the mapping.
+#include <sys/stat.h>
+
 #include <algorithm>
 
 #include "compressed/StreamParserCompressed.h"
@@ -15,6 +19,13 @@ constexpr uint64_t kMicrosPerFrame = 1000000;
 
 bool Contains(const std::vector<uint32_t>& list, uint32_t value) {
     return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+// Shared memory from memfd_create (or a plain file) takes positioned writes;
+// other descriptors (device memory) are only written through the mapping.
+bool IsRegularFile(int fd) {
+    struct stat st {};
+    return fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
 }
 
 }  // namespace
@@ -50,7 +61,11 @@ int32_t StreamParserCompressed::SignalEndOfStream(Buffer& buffer) {
 int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& unit,
                                          uint64_t offset, uint64_t length) {
     Buffer& buffer = delivery.buffer;
-    Buffer::Mapping mapping(buffer);
+    if (!delivery.mapping) {
+        delivery.mapping = std::make_unique<Buffer::Mapping>(buffer);
+        delivery.writable = delivery.mapping->vaddr() != nullptr && IsRegularFile(buffer.mFd);
+    }
+    const Buffer::Mapping& mapping = *delivery.mapping;
     TS_LOGI("Buffer Capacity %d | Length to be read %d data offset:%u",
             static_cast<int>(buffer.capacity()), static_cast<int>(length),
             static_cast<uint32_t>(offset));
@@ -66,7 +81,19 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& un
     TS_CHECK_TEXT(vaddr == nullptr && length != 0, "vaddr == nullptr", kUnmappedBuffer, -2);
 
     uint8_t* dst = appends ? vaddr + delivery.total : vaddr;
-    const uint64_t got = length == 0 ? 0 : mInputFile.ReadAt(offset, dst, length);
+    uint64_t got = 0;
+    if (length != 0 && delivery.writable) {
+        // Through the descriptor: the same bytes land in the same memory.
+        const uint64_t at = uint64_t{buffer.mMapOffset} + (appends ? delivery.total : 0);
+        bool writeFailed = false;
+        got = mInputFile.CopyAt(offset, buffer.mFd, at, length, writeFailed);
+        if (writeFailed) {
+            delivery.writable = false;
+            got += mInputFile.ReadAt(offset + got, dst + got, length - got);
+        }
+    } else if (length != 0) {
+        got = mInputFile.ReadAt(offset, dst, length);
+    }
     if (got < length && unit.mIsLastFrame == 0) {
         TS_LOGE("Error. Fail to read Input File.");
         return TS_ERROR;
@@ -153,9 +180,10 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
     TS_CHECK_TEXT(entry == mFrameOffsetTable.end(),
                   "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())", kFrameMissing,
                   TS_ERROR);
-    std::vector<FrameInfo> units = entry->second;
+    // The table does not change while frames are delivered: read it in place.
+    const std::vector<FrameInfo>* units = &entry->second;
 
-    Delivery delivery{*buffer};
+    Delivery delivery{*buffer, 0, 0, nullptr, false};
 
     // After a seek the buffer first carries every codec-config unit of the
     // frames before the target, so that a decoder can start there.
@@ -174,16 +202,16 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
     }
 
     for (;;) {
-        if (cursor.bufferNum >= units.size()) {
+        if (cursor.bufferNum >= units->size()) {
             // Only a cursor moved by hand could point past the frame's units.
             return ReportFailure(kLogTag,
                                  "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                                  kFrameMissing, TS_ERROR);
         }
-        const FrameInfo& unit = units[cursor.bufferNum];
-        const bool lastUnit = cursor.bufferNum + 1 == units.size();
+        const FrameInfo& unit = (*units)[cursor.bufferNum];
+        const bool lastUnit = cursor.bufferNum + 1 == units->size();
         // With mDeliveryMode 1 the first frame's leading units travel alone.
-        const bool nextIsLast = cursor.bufferNum + 2 == units.size();
+        const bool nextIsLast = cursor.bufferNum + 2 == units->size();
         const bool separateConfig = (mConfigParam.mLoopFrames != 0 || mFrameCount == 1) &&
                                     nextIsLast && mConfigParam.mDeliveryMode == 1;
 
@@ -234,7 +262,7 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
             TS_CHECK_TEXT(next == mFrameOffsetTable.end(),
                           "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                           kNextFrameMissing, TS_ERROR);
-            units = next->second;
+            units = &next->second;
             frame = cursor.frameNum;
             frameSkipped = true;
             break;

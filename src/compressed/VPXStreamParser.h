@@ -49,9 +49,9 @@ public:
     uint32_t ivfMode() const { return mIvfMode; }
 
 protected:
-    // Reads exactly size bytes into dst; logs "Error. Failed to Read from File"
-    // and returns TS_ERROR when fewer arrive.
-    int32_t readInputFile(void* dst, uint64_t size);
+    // Reads exactly size bytes, storing the first keep of them in dst; logs
+    // "Error. Failed to Read from File" and returns TS_ERROR when fewer arrive.
+    int32_t readInputFile(void* dst, uint64_t size, uint64_t keep = UINT64_MAX);
 
     // Clears the stream state and moves to offset from the file start.
     void SeekInput(uint64_t offset);

@@ -2,7 +2,14 @@
 // read-ahead must never show bytes other than the file's.
 #include "compressed/ByteSource.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
 
 #include "support/TestPaths.h"
 
@@ -58,6 +65,65 @@ TEST(ByteSource, SequentialReadsMatchTheFileAcrossTheReadAhead) {
     EXPECT_EQ(chunk.substr(0, 5), file.substr(269995, 5));
     in.seekg(0, std::ios_base::end);
     EXPECT_EQ(in.tellg(), 300000);
+}
+
+// Passing over the tail of a read must look exactly like reading it: same
+// position, gcount and state, the kept bytes stored, nothing written past them.
+TEST(ByteSource, ReadKeepingAHeadMatchesAFullRead) {
+    test::ScratchDir dir;
+    const std::string path = dir.Write("f", Bytes(100000));
+    struct Case {
+        uint64_t pos, n, keep;
+    } cases[] = {{0, 10, 1}, {0, 100000, 1}, {99990, 10, 1}, {99990, 20, 1}, {99990, 20, 15},
+                 {70000, 40000, 3}, {100000, 5, 1}, {5, 0, 1}, {65530, 20, 20}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.pos) + "+" + std::to_string(c.n) + " keep " + std::to_string(c.keep));
+        ByteSource full, kept;
+        ASSERT_TRUE(full.open(path) && kept.open(path));
+        full.seekg(static_cast<int64_t>(c.pos));
+        kept.seekg(static_cast<int64_t>(c.pos));
+        std::string a(c.n + 1, 'x'), b(c.n + 1, 'x');
+        full.read(a.data(), c.n);
+        kept.read(b.data(), c.n, c.keep);
+        EXPECT_EQ(kept.gcount(), full.gcount());
+        EXPECT_EQ(kept.eof(), full.eof());
+        EXPECT_EQ(kept.fail(), full.fail());
+        EXPECT_EQ(kept.tellg(), full.tellg());
+        const size_t stored = std::min<uint64_t>(c.keep, full.gcount());
+        EXPECT_EQ(b.substr(0, stored), a.substr(0, stored));
+        if (c.keep < c.n) {
+            EXPECT_EQ(b[c.keep], 'x');
+        }
+        full.clear();
+        kept.clear();
+        EXPECT_EQ(kept.tellg(), full.tellg());
+    }
+}
+
+TEST(ByteSource, CopyAtFillsSharedMemoryOrSaysTheWriteFailed) {
+    test::ScratchDir dir;
+    const std::string file = Bytes(600000);  // more than one staging block
+    ByteSource in;
+    ASSERT_TRUE(in.open(dir.Write("f", file)));
+    const int memfd = memfd_create("copy", MFD_CLOEXEC);
+    ASSERT_GE(memfd, 0);
+    ASSERT_EQ(ftruncate(memfd, 1 << 20), 0);
+    bool writeFailed = true;
+    EXPECT_EQ(in.CopyAt(100, memfd, 4096, 590000, writeFailed), 590000u);
+    EXPECT_FALSE(writeFailed);
+    std::string back(590000, '\0');
+    ASSERT_EQ(pread(memfd, back.data(), back.size(), 4096), 590000);
+    EXPECT_EQ(back, file.substr(100, 590000));
+    // Short at the end of the input, like ReadAt.
+    EXPECT_EQ(in.CopyAt(599990, memfd, 0, 64, writeFailed), 10u);
+    EXPECT_FALSE(writeFailed);
+    close(memfd);
+    // A destination that refuses writes: nothing counted, the caller falls back.
+    const int readOnly = open(dir.Write("ro", std::string(4096, '\0')).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(readOnly, 0);
+    EXPECT_EQ(in.CopyAt(0, readOnly, 0, 100, writeFailed), 0u);
+    EXPECT_TRUE(writeFailed);
+    close(readOnly);
 }
 
 }  // namespace

@@ -1,0 +1,303 @@
+// Differential test of the byte source's shortcuts: every scanner indexes the
+// same input once with the shortcuts on and once reading byte by byte, and the
+// two runs must agree on every status, table entry, slice, final position,
+// stream state and log line. Inputs are the committed samples, random byte
+// soups rich in start codes, and mutations of the samples.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "compressed/APVStreamParser.h"
+#include "compressed/AV1StreamParser.h"
+#include "compressed/AVCStreamParser.h"
+#include "compressed/ByteSource.h"
+#include "compressed/HEVCStreamParser.h"
+#include "compressed/VPXStreamParser.h"
+#include "support/LogCapture.h"
+#include "support/TestPaths.h"
+
+namespace tessaro::test {
+namespace {
+
+// Restores the shortcuts whatever a test does.
+class ShortcutsGuard {
+public:
+    ~ShortcutsGuard() { ByteSource::SetShortcuts(true); }
+};
+
+std::string Describe(const StreamParserCompressed& parser) {
+    std::ostringstream out;
+    std::map<uint32_t, const std::vector<StreamParserCompressed::FrameInfo>*> sorted;
+    for (const auto& entry : parser.frameOffsetTable()) sorted[entry.first] = &entry.second;
+    for (const auto& [frame, units] : sorted) {
+        out << "F" << frame << ":";
+        for (const auto& unit : *units) {
+            out << " [" << unit.mOffset << "+" << unit.mLength << " n" << unit.mFrameNum << " l"
+                << unit.mIsLastFrame << " y" << unit.mLayerId << " t" << unit.mFrameType;
+            std::map<uint32_t, std::pair<uint64_t, uint64_t>> slices(
+                unit.mSliceOffsetTable.begin(), unit.mSliceOffsetTable.end());
+            for (const auto& [n, range] : slices) {
+                out << " s" << n << "=" << range.first << "+" << range.second;
+            }
+            out << "]";
+        }
+        out << "\n";
+    }
+    return out.str();
+}
+
+std::string DescribeLogs(const LogCapture& logs) {
+    std::string out;
+    for (const LogLine& line : logs.lines()) {
+        out += std::to_string(line.priority) + " " + line.tag + ": " + line.message + "\n";
+    }
+    return out;
+}
+
+// Exposes the scan operations of a parser for the direct, small-limit runs.
+template <class Parser>
+class ScanProbe : public Parser {
+public:
+    bool Open(const std::string& path) {
+        this->mInputFile.open(path);
+        this->mFileSize = this->mInputFile.size();
+        return this->mInputFile.is_open();
+    }
+    std::string State() {
+        return "pos " + std::to_string(this->mInputFile.tellg()) + " eof " +
+               std::to_string(this->mInputFile.eof()) + " fail " +
+               std::to_string(this->mInputFile.fail());
+    }
+    void SetSliceMode(uint32_t mode) { this->mSliceMode = mode; }
+};
+
+struct Variant {
+    uint32_t frames;
+    bool sliceMode;
+};
+
+constexpr Variant kVariants[] = {{0, false}, {0, true}, {7, false}, {40, true}};
+
+// Everything observable about indexing path with Parser under one variant.
+template <class Parser>
+std::string IndexRun(const std::string& path, const Variant& variant) {
+    LogCapture logs;
+    Parser parser;
+    ConfigParam config;
+    config.mInputFileName = path;
+    config.mFrames = variant.frames;
+    config.mSliceMode = variant.sliceMode;
+    parser.SetConfig(config);
+    const int32_t status = parser.Init();
+    return "status " + std::to_string(status) + "\n" + Describe(parser) + DescribeLogs(logs);
+}
+
+// Repeated scanner calls with a small scratch size, so that "Buffer is Full."
+// ends units, recording each call's result, entries and the stream position.
+template <class Parser>
+std::string LimitedScanRun(const std::string& path, uint32_t maxBufSize, bool sliceMode) {
+    LogCapture logs;
+    ScanProbe<Parser> parser;
+    std::ostringstream out;
+    if (!parser.Open(path)) return "unopened";
+    parser.SetSliceMode(sliceMode ? 1 : 0);
+    auto scratch = std::shared_ptr<unsigned char>(new unsigned char[maxBufSize + 8](),
+                                                  std::default_delete<unsigned char[]>());
+    for (uint32_t call = 1; call <= 40; ++call) {
+        std::vector<StreamParserCompressed::FrameInfo> list;
+        const int32_t ret = parser.ReadfromInputFile(call, list, maxBufSize, scratch);
+        out << "call " << call << " ret " << ret << " " << parser.State() << "\n";
+        for (const auto& unit : list) {
+            out << " [" << unit.mOffset << "+" << unit.mLength << " l" << unit.mIsLastFrame << " t"
+                << unit.mFrameType << " slices " << unit.mSliceOffsetTable.size() << "]";
+        }
+        out << "\n";
+        if (ret != TS_OK || list.empty() || list.back().mIsLastFrame != 0) break;
+    }
+    return out.str() + DescribeLogs(logs);
+}
+
+struct Comparison {
+    std::string name;
+    std::function<std::string(const std::string&)> run;
+};
+
+std::vector<Comparison> Comparisons() {
+    std::vector<Comparison> all;
+    for (const Variant& v : kVariants) {
+        const std::string suffix = "/frames" + std::to_string(v.frames) + (v.sliceMode ? "/slices" : "");
+        auto add = [&](const char* codec, std::function<std::string(const std::string&)> fn) {
+            all.push_back({codec + suffix, std::move(fn)});
+        };
+        add("avc", [v](const std::string& p) { return IndexRun<AVCStreamParser>(p, v); });
+        add("hevc", [v](const std::string& p) { return IndexRun<HEVCStreamParser>(p, v); });
+        add("vpx", [v](const std::string& p) { return IndexRun<VPXStreamParser>(p, v); });
+        add("av1", [v](const std::string& p) { return IndexRun<AV1StreamParser>(p, v); });
+        add("apv", [v](const std::string& p) { return IndexRun<APVStreamParser>(p, v); });
+    }
+    for (uint32_t limit : {9u, 40u, 333u}) {
+        for (bool slices : {false, true}) {
+            const std::string tail = "/limit" + std::to_string(limit) + (slices ? "/slices" : "");
+            all.push_back({"avc" + tail, [limit, slices](const std::string& p) {
+                               return LimitedScanRun<AVCStreamParser>(p, limit, slices);
+                           }});
+            all.push_back({"hevc" + tail, [limit, slices](const std::string& p) {
+                               return LimitedScanRun<HEVCStreamParser>(p, limit, slices);
+                           }});
+        }
+    }
+    return all;
+}
+
+// Runs every comparison on bytes; returns false (after reporting) on the first
+// disagreement so one bad input does not flood the output.
+bool AgreeOn(const ScratchDir& dir, const std::string& label, const std::string& bytes) {
+    static const std::vector<Comparison> comparisons = Comparisons();
+    const std::string path = dir.Write("input.bin", bytes);
+    for (const Comparison& c : comparisons) {
+        ByteSource::SetShortcuts(true);
+        const std::string fast = c.run(path);
+        ByteSource::SetShortcuts(false);
+        const std::string reference = c.run(path);
+        ByteSource::SetShortcuts(true);
+        if (fast != reference) {
+            ADD_FAILURE() << label << " (" << bytes.size() << " bytes), " << c.name
+                          << ": shortcuts disagree with byte-at-a-time reading\n--- shortcuts\n"
+                          << fast << "--- byte at a time\n"
+                          << reference;
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::string bytes;
+    if (FILE* f = std::fopen(path.c_str(), "rb")) {
+        char chunk[4096];
+        size_t n = 0;
+        while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) bytes.append(chunk, n);
+        std::fclose(f);
+    }
+    return bytes;
+}
+
+const char* const kSamples[] = {
+    "h264/aud.264",       "h264/four_slices_bframes.264", "h264/idr_gop.264",
+    "h264/single_slice.264", "h265/aud_sei.265",         "h265/idr_gop.265",
+    "h265/two_slices.265", "av1/kf4.ivf",                 "av1/kf4_annexb.obu",
+    "av1/kf4_section5.obu", "av1/tile_groups.obu",         "vpx/vp8_kf4.ivf",
+    "vpx/vp9_kf4.ivf",     "apv/four_units.apv",
+};
+
+std::vector<std::string> LoadSamples() {
+    std::vector<std::string> samples;
+    for (const char* name : kSamples) {
+        samples.push_back(ReadFile(DataPath(name)));
+        EXPECT_FALSE(samples.back().empty()) << name;
+    }
+    return samples;
+}
+
+// Random bytes where 00 and 01 are common, so start codes of both lengths,
+// emulation-like runs and NAL headers of every type occur often.
+std::string StartCodeSoup(std::mt19937& rng, size_t size) {
+    std::string bytes(size, '\0');
+    std::uniform_int_distribution<int> pick(0, 99);
+    std::uniform_int_distribution<int> any(0, 255);
+    for (char& c : bytes) {
+        const int r = pick(rng);
+        c = static_cast<char>(r < 35 ? 0 : r < 50 ? 1 : any(rng));
+    }
+    return bytes;
+}
+
+std::string Mutate(std::mt19937& rng, std::string bytes) {
+    std::uniform_int_distribution<int> kind(0, 4);
+    std::uniform_int_distribution<int> any(0, 255);
+    const int edits = 1 + static_cast<int>(rng() % 6);
+    for (int e = 0; e < edits && !bytes.empty(); ++e) {
+        const size_t at = rng() % bytes.size();
+        switch (kind(rng)) {
+            case 0: bytes[at] = static_cast<char>(any(rng)); break;
+            case 1: bytes[at] = 0; break;
+            case 2: bytes.insert(at, std::string("\0\0\1", 3)); break;
+            case 3: bytes.erase(at, 1 + rng() % 16); break;
+            default: bytes.resize(at); break;
+        }
+    }
+    return bytes;
+}
+
+TEST(ScanShortcutsDifferential, CommittedSamplesIndexTheSame) {
+    ShortcutsGuard guard;
+    ScratchDir dir;
+    const std::vector<std::string> samples = LoadSamples();
+    for (size_t i = 0; i < samples.size(); ++i) {
+        if (!AgreeOn(dir, kSamples[i], samples[i])) return;
+    }
+}
+
+// Under AddressSanitizer every Init poisons a 192 MiB scratch block, so the
+// sanitizer build runs a sample of the inputs; the plain build runs them all.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr int kRandomInputs = 40;
+#else
+constexpr int kRandomInputs = 1200;
+#endif
+
+TEST(ScanShortcutsDifferential, RandomAndMutatedInputsIndexTheSame) {
+    ShortcutsGuard guard;
+    ScratchDir dir;
+    const std::vector<std::string> samples = LoadSamples();
+    std::mt19937 rng(20261122);
+    for (int i = 0; i < kRandomInputs; ++i) {
+        const size_t size = rng() % (i % 10 == 0 ? 4000 : 300);
+        if (!AgreeOn(dir, "soup #" + std::to_string(i), StartCodeSoup(rng, size))) return;
+    }
+    for (int i = 0; i < kRandomInputs; ++i) {
+        const std::string& base = samples[rng() % samples.size()];
+        if (!AgreeOn(dir, "mutant #" + std::to_string(i), Mutate(rng, base))) return;
+    }
+}
+
+// The shortcuts work inside the 64 KiB read-ahead; start codes cut by its edge,
+// a first byte 01 (which the accumulator's zero history turns into a start
+// code) and long runs without any start code must read the same.
+TEST(ScanShortcutsDifferential, ReadAheadEdgesReadTheSame) {
+    ShortcutsGuard guard;
+    ScratchDir dir;
+    std::mt19937 rng(7);
+    const std::string sample = ReadFile(DataPath("h264/four_slices_bframes.264"));
+    const std::string hevc = ReadFile(DataPath("h265/two_slices.265"));
+    struct Case {
+        std::string label;
+        std::string bytes;
+    };
+    std::vector<Case> cases;
+    for (size_t edge : {65533u, 65534u, 65535u, 65536u, 65537u}) {
+        std::string filler(edge, '\x55');
+        cases.push_back({"avc after " + std::to_string(edge), filler + sample + filler + sample});
+        cases.push_back({"hevc after " + std::to_string(edge), filler + hevc + filler});
+    }
+    cases.push_back({"leading 01", std::string("\1\x65\x88\x80\0\0\1\x41\x9a", 9) + sample});
+    cases.push_back({"leading 00 01", std::string("\0\1\x67\x42", 4) + sample});
+    cases.push_back({"no start code", std::string(200000, '\xff')});
+    cases.push_back({"zeros", std::string(140000, '\0')});
+    std::string spaced;
+    while (spaced.size() < 300000) spaced += StartCodeSoup(rng, 50) + std::string(rng() % 70000, '\7');
+    cases.push_back({"sparse soup", spaced});
+    for (const Case& c : cases) {
+        if (!AgreeOn(dir, c.label, c.bytes)) return;
+    }
+}
+
+}  // namespace
+}  // namespace tessaro::test
