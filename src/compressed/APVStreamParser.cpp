@@ -6,9 +6,7 @@ int32_t APVStreamParser::Init() {
     TS_LOGI("Init");
     mInputFile.open(mConfigParam.mInputFileName);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    mInputFile.seekg(0, std::ios_base::end);
-    const int64_t end = mInputFile.tellg();
-    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+    MeasureInputSize();
     TS_CHECK(mFileSize == 0, 29, -4);
     mInputFile.seekg(0, std::ios_base::beg);
     mSliceMode = 0;
@@ -61,9 +59,7 @@ int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     } else {
         last.mIsLastFrame = 1;
     }
-    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", last.mFrameNum,
-            static_cast<int>(framelist.size()), static_cast<unsigned long long>(last.mOffset),
-            static_cast<int>(last.mLength));
+    LogLastEntry(kLogTag, framelist);
     return TS_OK;
 }
 
@@ -83,10 +79,8 @@ int32_t APVStreamParser::CreateEntryInFrameList(uint32_t frameNum,
     entry.mFrameNum = frameNum;
     entry.mFrameType = FRAME_TYPE_SYNC;
     framelist.push_back(entry);
+    LogLastEntry(kLogTag, framelist);
     FrameInfo& added = framelist.back();
-    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", added.mFrameNum,
-            static_cast<int>(framelist.size()), static_cast<unsigned long long>(added.mOffset),
-            static_cast<int>(added.mLength));
 
     mBytesListed += frameSize;
     if (mBytesListed == mFileSize) {

@@ -182,9 +182,7 @@ int32_t AV1StreamParser::Init() {
         mFileType = kFileTypeObu;
     }
 
-    mInputFile.seekg(0, std::ios_base::end);
-    const int64_t end = mInputFile.tellg();
-    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+    MeasureInputSize();
     TS_CHECK(mFileSize == 0, 201, -4);
     SeekInput(0);
 
@@ -315,10 +313,7 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     }
 
     if (!framelist.empty()) {
-        const FrameInfo& last = framelist.back();
-        TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", last.mFrameNum,
-                static_cast<int>(framelist.size()), static_cast<unsigned long long>(last.mOffset),
-                static_cast<int>(last.mLength));
+        LogLastEntry(kLogTag, framelist);
     }
     return TS_OK;
 }

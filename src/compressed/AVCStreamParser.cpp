@@ -29,8 +29,7 @@ int32_t AVCStreamParser::Init() {
     TS_LOGI("Init");
     mInputFile.open(mConfigParam.mInputFileName);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    mInputFile.seekg(0, std::ios_base::end);
-    mFileSize = static_cast<uint64_t>(mInputFile.tellg());
+    MeasureInputSize();
     TS_CHECK(mFileSize == 0, 29, -4);
     mInputFile.seekg(0, std::ios_base::beg);
     mSliceMode = mConfigParam.mSliceMode ? 1 : 0;
@@ -45,16 +44,11 @@ uint64_t AVCStreamParser::UnitStart() {
 }
 
 void AVCStreamParser::LogEntry(const std::vector<FrameInfo>& framelist) {
-    const FrameInfo& last = framelist.back();
-    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", static_cast<int>(last.mFrameNum),
-            static_cast<int>(framelist.size()), static_cast<unsigned long long>(last.mOffset),
-            static_cast<int>(last.mLength));
+    LogLastEntry(kLogTag, framelist);
 }
 
 void AVCStreamParser::LogSlice(uint32_t slice, const std::pair<uint64_t, uint64_t>& range) {
-    TS_LOGI("Slice[%d] Offset[%llu] length[%llu]", static_cast<int>(slice),
-            static_cast<unsigned long long>(range.first),
-            static_cast<unsigned long long>(range.second));
+    LogSliceRange(kLogTag, slice, range);
 }
 
 int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,

@@ -8,9 +8,7 @@ int32_t HEVCStreamParser::Init() {
     TS_LOGI("Init");
     mInputFile.open(mConfigParam.mInputFileName);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    mInputFile.seekg(0, std::ios_base::end);
-    const int64_t end = mInputFile.tellg();
-    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+    MeasureInputSize();
     TS_CHECK(mFileSize == 0, 29, -4);
     mInputFile.seekg(0, std::ios_base::beg);
     mSliceMode = mConfigParam.mSliceMode ? 1 : 0;
@@ -28,16 +26,11 @@ void HEVCStreamParser::CloseLastEntry(std::vector<FrameInfo>& framelist) {
 }
 
 void HEVCStreamParser::LogEntry(const std::vector<FrameInfo>& framelist) {
-    const FrameInfo& last = framelist.back();
-    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", static_cast<int>(last.mFrameNum),
-            static_cast<int>(framelist.size()), static_cast<unsigned long long>(last.mOffset),
-            static_cast<int>(last.mLength));
+    LogLastEntry(kLogTag, framelist);
 }
 
 void HEVCStreamParser::LogSlice(uint32_t sliceNum, const std::pair<uint64_t, uint64_t>& slice) {
-    TS_LOGI("Slice[%d] Offset[%llu] length[%llu]", static_cast<int>(sliceNum),
-            static_cast<unsigned long long>(slice.first),
-            static_cast<unsigned long long>(slice.second));
+    LogSliceRange(kLogTag, sliceNum, slice);
 }
 
 int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,

@@ -74,4 +74,24 @@ int32_t StreamParserCompressed::DeInit() {
     return TS_OK;
 }
 
+void StreamParserCompressed::MeasureInputSize() {
+    mInputFile.seekg(0, std::ios_base::end);
+    const int64_t end = mInputFile.tellg();
+    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+}
+
+void StreamParserCompressed::LogLastEntry(const char* tag, const std::vector<FrameInfo>& framelist) {
+    const FrameInfo& last = framelist.back();
+    __android_log_print(kLogInfo, tag, "Frame[%d] BufferNum[%d] Offset[%llu] length[%d]",
+                        static_cast<int>(last.mFrameNum), static_cast<int>(framelist.size()),
+                        static_cast<unsigned long long>(last.mOffset), static_cast<int>(last.mLength));
+}
+
+void StreamParserCompressed::LogSliceRange(const char* tag, uint32_t sliceNum,
+                                           const std::pair<uint64_t, uint64_t>& slice) {
+    __android_log_print(kLogInfo, tag, "Slice[%d] Offset[%llu] length[%llu]", static_cast<int>(sliceNum),
+                        static_cast<unsigned long long>(slice.first),
+                        static_cast<unsigned long long>(slice.second));
+}
+
 }  // namespace tessaro

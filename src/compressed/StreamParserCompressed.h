@@ -86,6 +86,18 @@ public:
 protected:
     StreamParserCompressed() = default;
 
+    // Seeks mInputFile to its end and stores that position in mFileSize (0 when
+    // the position cannot be told). The caller rewinds.
+    void MeasureInputSize();
+
+    // Logs "Frame[%d] BufferNum[%d] Offset[%llu] length[%d]" for the last entry
+    // of framelist (BufferNum = the list's size) under the scanner's tag.
+    static void LogLastEntry(const char* tag, const std::vector<FrameInfo>& framelist);
+
+    // Logs "Slice[%d] Offset[%llu] length[%llu]" for one slice under the scanner's tag.
+    static void LogSliceRange(const char* tag, uint32_t sliceNum,
+                              const std::pair<uint64_t, uint64_t>& slice);
+
     bool mSawEOS = false;        // EOS has been put on a client buffer
     bool mIsSeekSet = false;     // a seek fixed the next frame and Process has not consumed it
     uint64_t mFileSize = 0;      // input size, measured by the codec Init

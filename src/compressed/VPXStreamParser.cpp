@@ -51,9 +51,7 @@ int32_t VPXStreamParser::Init() {
         mIvfMode = kIvfWithFileHeader;
     }
 
-    mInputFile.seekg(0, std::ios_base::end);
-    const int64_t end = mInputFile.tellg();
-    mFileSize = end < 0 ? 0 : static_cast<uint64_t>(end);
+    MeasureInputSize();
     TS_CHECK(mFileSize == 0, 59, -4);
     SeekInput(0);
 
@@ -100,10 +98,7 @@ int32_t VPXStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     TS_CHECK(ret != TS_OK, 187, TS_ERROR);
 
     if (framelist.empty()) return TS_OK;
-    const FrameInfo& last = framelist.back();
-    TS_LOGI("Frame[%d] BufferNum[%d] Offset[%llu] length[%d]", last.mFrameNum,
-            static_cast<int>(framelist.size()), static_cast<unsigned long long>(last.mOffset),
-            static_cast<int>(last.mLength));
+    LogLastEntry(kLogTag, framelist);
     return TS_OK;
 }
 
