@@ -43,14 +43,6 @@ uint64_t AVCStreamParser::UnitStart() {
     return static_cast<uint64_t>(mInputFile.tellg()) - mPrefixLen;
 }
 
-void AVCStreamParser::LogEntry(const std::vector<FrameInfo>& framelist) {
-    LogLastEntry(kLogTag, framelist);
-}
-
-void AVCStreamParser::LogSlice(uint32_t slice, const std::pair<uint64_t, uint64_t>& range) {
-    LogSliceRange(kLogTag, slice, range);
-}
-
 int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
@@ -113,7 +105,7 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
             }
             if (mBoundaryCount != 2 && (type == kNalSps || type == kNalPps)) {
                 if (!framelist.empty()) {
-                    LogEntry(framelist);
+                    LogLastEntry(kLogTag, framelist);
                     mFrameStart += framelist.back().mLength;
                 }
                 FrameInfo config;
@@ -154,7 +146,7 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
             ++mBoundaryCount;
             if (!framelist.empty() && pictureOpen) {
                 closeLast();
-                LogEntry(framelist);
+                LogLastEntry(kLogTag, framelist);
                 mFrameStart += framelist.back().mLength;
             }
             if (mBoundaryCount != 2) {
@@ -175,7 +167,7 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
 
     if (framelist.empty()) return TS_OK;
     closeLast();
-    LogEntry(framelist);
+    LogLastEntry(kLogTag, framelist);
     // The next call starts at the start code of the unit that ended this picture.
     const FrameInfo& last = framelist.back();
     mInputFile.seekg(static_cast<int64_t>(last.mOffset + last.mLength));
@@ -215,7 +207,7 @@ int32_t AVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameInf
     } else {
         last.mIsLastFrame = sawStartCode ? 1 : 0;
     }
-    LogEntry(framelist);
+    LogLastEntry(kLogTag, framelist);
     return TS_OK;
 }
 
@@ -279,7 +271,7 @@ int32_t AVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist,
             // Another slice of the same picture.
             const uint64_t start = UnitStart();
             slices[sliceNum].second = start - slices[sliceNum].first;
-            LogSlice(sliceNum, slices[sliceNum]);
+            LogSliceRange(kLogTag, sliceNum, slices[sliceNum]);
             ++sliceNum;
             slices[sliceNum] = {start, 0};
             if (mBoundaryCount >= 2) break;
@@ -289,7 +281,7 @@ int32_t AVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist,
     const uint64_t end = UnitStart();
     slices[sliceNum].second = end - slices[sliceNum].first;
     entry.mLength = end - entry.mOffset;
-    LogSlice(sliceNum, slices[sliceNum]);
+    LogSliceRange(kLogTag, sliceNum, slices[sliceNum]);
     return TS_OK;
 }
 
@@ -301,7 +293,7 @@ int32_t AVCStreamParser::HandleSliceEndOfData(FrameInfo& entry, uint32_t sliceNu
     if (mInputFile.eof()) {
         auto& slice = slices[sliceNum];
         slice.second = mFileSize - slice.first;
-        LogSlice(sliceNum, slice);
+        LogSliceRange(kLogTag, sliceNum, slice);
         sliceOffset = slice.first;
     } else {
         slices.erase(sliceNum);

@@ -42,8 +42,6 @@ public:
 private:
     // The read position, start code of the current NAL unit excluded.
     uint64_t UnitStart();
-    void LogEntry(const std::vector<FrameInfo>& framelist);
-    void LogSlice(uint32_t slice, const std::pair<uint64_t, uint64_t>& range);
     // A read of ReadfromInputFile (or, with readFailedHere false, the slice
     // scan) ran out of data: fix the last entry as the end of the file demands.
     int32_t HandleEndOfData(uint32_t frameNum, std::vector<FrameInfo>& framelist, bool entryOpen,

@@ -25,14 +25,6 @@ void HEVCStreamParser::CloseLastEntry(std::vector<FrameInfo>& framelist) {
     last.mLength = Position() - mPrefixLen - last.mOffset;
 }
 
-void HEVCStreamParser::LogEntry(const std::vector<FrameInfo>& framelist) {
-    LogLastEntry(kLogTag, framelist);
-}
-
-void HEVCStreamParser::LogSlice(uint32_t sliceNum, const std::pair<uint64_t, uint64_t>& slice) {
-    LogSliceRange(kLogTag, sliceNum, slice);
-}
-
 int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                             uint32_t maxBufSize,
                                             std::shared_ptr<unsigned char> buffer) {
@@ -98,7 +90,7 @@ int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<Frame
             // and so covers it.
             if (IsParameterSetEntry(type) && mPicCount == 0) {
                 if (!framelist.empty()) {
-                    LogEntry(framelist);
+                    LogLastEntry(kLogTag, framelist);
                     mFrameStart += framelist.back().mLength;
                 }
                 FrameInfo entry;
@@ -123,7 +115,7 @@ int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<Frame
                 }
                 if (mPicCount > 1) continue;  // the next picture: the scan ends
                 if (!framelist.empty()) {
-                    LogEntry(framelist);
+                    LogLastEntry(kLogTag, framelist);
                     mFrameStart += framelist.back().mLength;
                 }
                 FrameInfo entry;
@@ -154,7 +146,7 @@ int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<Frame
     const uint64_t pos = Position();
     const uint64_t back = mPicEnd != 0 ? pos - mPicEnd : mPrefixLen;
     last.mLength = pos - back - last.mOffset;
-    LogEntry(framelist);
+    LogLastEntry(kLogTag, framelist);
     mInputFile.clear();
     mInputFile.seekg(static_cast<int64_t>(last.mOffset + last.mLength), std::ios_base::beg);
     return TS_OK;
@@ -176,7 +168,7 @@ int32_t HEVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameIn
         } else {
             last.mIsLastFrame = sawStartCode ? 1 : 0;
         }
-        LogEntry(framelist);
+        LogLastEntry(kLogTag, framelist);
     }
     return TS_OK;
 }
@@ -231,7 +223,7 @@ int32_t HEVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist
             const uint64_t p = Position() - mPrefixLen;
             auto& current = slices[sliceNum];
             current.second = p - current.first;
-            LogSlice(sliceNum, current);
+            LogSliceRange(kLogTag, sliceNum, current);
             ++sliceNum;
             slices[sliceNum] = {p, 0};
         }
@@ -243,7 +235,7 @@ int32_t HEVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist
     auto& current = slices[sliceNum];
     current.second = p - current.first;
     framelist.back().mLength = p - framelist.back().mOffset;
-    LogSlice(sliceNum, current);
+    LogSliceRange(kLogTag, sliceNum, current);
     return TS_OK;
 }
 
@@ -257,7 +249,7 @@ int32_t HEVCStreamParser::HandleSliceEndOfData(std::vector<FrameInfo>& framelist
         auto& current = entry.mSliceOffsetTable[sliceNum];
         current.second = mFileSize - current.first;
         sliceOffset = current.first;
-        LogSlice(sliceNum, current);
+        LogSliceRange(kLogTag, sliceNum, current);
     } else {
         entry.mSliceOffsetTable.erase(sliceNum);
     }

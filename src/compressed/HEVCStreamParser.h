@@ -47,8 +47,6 @@ private:
     uint64_t Position() { return static_cast<uint64_t>(mInputFile.tellg()); }
     // Closes the last entry at the current NAL unit's start code.
     void CloseLastEntry(std::vector<FrameInfo>& framelist);
-    void LogEntry(const std::vector<FrameInfo>& framelist);
-    void LogSlice(uint32_t sliceNum, const std::pair<uint64_t, uint64_t>& slice);
     // A read failed in ReadfromInputFile (or ParseSlicesFromFrame failed).
     int32_t HandleEndOfData(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                             bool sawStartCode);
