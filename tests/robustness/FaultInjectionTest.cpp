@@ -11,8 +11,11 @@
 
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "robustness/RobustnessSupport.h"
 #include "support/ClientBuffer.h"
@@ -148,6 +151,40 @@ TEST_P(InputFaults, InputThatCannotBeRead) {
     }
 }
 
+// Client buffers of `capacity` bytes whose memory is not all there: an
+// invalid or closed descriptor, memory smaller than mMapOffset + mCapacity,
+// and (when emptyFile is given) a regular file of no bytes. Each buffer closes
+// the descriptor it owns.
+std::vector<std::pair<std::string, std::shared_ptr<Buffer>>> BuffersWithoutMemory(
+    uint64_t capacity, uint32_t type, int closedFd, const std::string& emptyFile) {
+    auto make = [&](int fd, bool owned, uint32_t mapOffset) {
+        std::shared_ptr<Buffer> buffer(new Buffer{}, [owned](Buffer* b) {
+            if (owned) close(b->mFd);
+            delete b;
+        });
+        buffer->mFd = fd;
+        buffer->mCapacity = capacity;
+        buffer->mMapOffset = mapOffset;
+        buffer->mType = type;
+        return buffer;
+    };
+    auto memfdOf = [](uint64_t bytes) {
+        const int fd = memfd_create("short", 0);
+        EXPECT_EQ(ftruncate(fd, static_cast<off_t>(bytes)), 0);
+        return fd;
+    };
+    std::vector<std::pair<std::string, std::shared_ptr<Buffer>>> buffers = {
+        {"invalid descriptor", make(-1, false, 0)},
+        {"closed descriptor", make(closedFd, false, 0)},
+        {"memory half the capacity", make(memfdOf(capacity / 2), true, 0)},
+        {"memory one page short of the map offset", make(memfdOf(capacity + 4096), true, 8192)},
+    };
+    if (!emptyFile.empty()) {
+        buffers.push_back({"a regular file of no bytes", make(open(emptyFile.c_str(), O_RDWR), true, 0)});
+    }
+    return buffers;
+}
+
 // Client buffers whose memory is not all there: a descriptor that is invalid
 // or closed, memory smaller than mMapOffset + mCapacity. The call fails before
 // touching the mapping (which would kill the client), and a good buffer
@@ -162,39 +199,15 @@ TEST_P(ProducerFaults, BufferWhoseMemoryIsNotThere) {
     const int closed = dup(STDIN_FILENO);
     ASSERT_GE(closed, 0);
     close(closed);
-    const struct {
-        const char* name;
-        int fd;             // -2: a memfd of `memory` bytes
-        uint64_t memory;
-        uint32_t mapOffset;
-    } faults[] = {
-        {"invalid descriptor", -1, 0, 0},
-        {"closed descriptor", closed, 0, 0},
-        {"memory half the capacity", -2, capacity / 2, 0},
-        {"memory one page short of the map offset", -2, capacity + 4096, 8192},
-        {"a regular file of no bytes", -3, 0, 0},
-    };
-    for (const auto& f : faults) {
-        SCOPED_TRACE(f.name);
-        auto buffer = std::make_shared<Buffer>();
-        int owned = -1;
-        if (f.fd == -2) {
-            owned = memfd_create("short", 0);
-            ASSERT_EQ(ftruncate(owned, static_cast<off_t>(f.memory)), 0);
-        } else if (f.fd == -3) {
-            owned = open(dir.Write("empty", "").c_str(), O_RDWR);
-        }
-        buffer->mFd = owned >= 0 ? owned : f.fd;
-        buffer->mCapacity = capacity;
-        buffer->mMapOffset = f.mapOffset;
-        buffer->mType = GetParam().bufferType;
+    for (auto& [name, buffer] : BuffersWithoutMemory(capacity, GetParam().bufferType, closed,
+                                                     dir.Write("empty", ""))) {
+        SCOPED_TRACE(name);
         // The container parser ignores the outcome of copying a codec-config
         // header: that call succeeds with nothing delivered.
         const int32_t status = processor->Process(buffer);
         EXPECT_TRUE(status < 0 || (buffer->mLength == 0 && (buffer->mFlags & Buffer::FLAG_CODEC_CONFIG)))
             << status;
         EXPECT_LE(buffer->mOffset + buffer->mLength, buffer->mCapacity);
-        if (owned >= 0) close(owned);
     }
     const test::Run rest = test::DriveToEnd(*processor, GetParam().bufferType, kMaxCalls);
     EXPECT_TRUE(rest.sawEos) << rest.lastStatus;
@@ -244,31 +257,10 @@ TEST(WriterFaults, BufferWhoseMemoryIsNotThere) {
         writer->SetConfig(config);
         ASSERT_EQ(writer->Init(), TS_OK);
         const uint64_t capacity = raw ? writer->GetBufferLength() : 4608;
-        const struct {
-            const char* name;
-            int fd;  // -2: a memfd of `memory` bytes
-            uint64_t memory;
-            uint32_t mapOffset;
-        } faults[] = {
-            {"invalid descriptor", -1, 0, 0},
-            {"closed descriptor", closed, 0, 0},
-            {"memory half the capacity", -2, capacity / 2, 0},
-            {"memory one page short of the map offset", -2, capacity + 4096, 8192},
-        };
-        for (const auto& f : faults) {
-            SCOPED_TRACE(std::string(key) + ": " + f.name);
-            const int owned = f.fd == -2 ? memfd_create("short", 0) : -1;
-            if (owned >= 0) {
-                ASSERT_EQ(ftruncate(owned, static_cast<off_t>(f.memory)), 0);
-            }
-            auto buffer = std::make_shared<Buffer>();
-            buffer->mFd = owned >= 0 ? owned : f.fd;
-            buffer->mCapacity = capacity;
+        for (auto& [name, buffer] : BuffersWithoutMemory(capacity, raw ? 1 : 0, closed, "")) {
+            SCOPED_TRACE(std::string(key) + ": " + name);
             buffer->mLength = capacity;
-            buffer->mMapOffset = f.mapOffset;
-            buffer->mType = raw ? 1 : 0;
             EXPECT_LT(writer->Process(buffer), 0);
-            if (owned >= 0) close(owned);
         }
         EXPECT_EQ(writer->DeInit(), TS_OK);
         EXPECT_EQ(test::ReadFile(config.mOutputFileName), "");
