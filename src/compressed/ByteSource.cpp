@@ -186,32 +186,6 @@ uint64_t ByteSource::SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t m
     return k;
 }
 
-uint64_t ByteSource::CopyAt(uint64_t offset, int dstFd, uint64_t dstOffset, uint64_t n,
-                           bool& writeFailed) {
-    writeFailed = false;
-    static constexpr uint64_t kBlock = 256 * 1024;
-    if (mBounce.size() != kBlock) mBounce.resize(kBlock);
-    uint64_t done = 0;
-    while (done < n) {
-        const uint64_t want = (n - done) < kBlock ? (n - done) : kBlock;
-        const uint64_t got = ReadAt(offset + done, mBounce.data(), want);
-        uint64_t written = 0;
-        while (written < got) {
-            const ssize_t w = pwrite(dstFd, mBounce.data() + written, static_cast<size_t>(got - written),
-                                     static_cast<off_t>(dstOffset + done + written));
-            if (w < 0 && errno == EINTR) continue;
-            if (w <= 0) {
-                writeFailed = true;
-                return done + written;
-            }
-            written += static_cast<uint64_t>(w);
-        }
-        done += got;
-        if (got < want) break;
-    }
-    return done;
-}
-
 uint64_t ByteSource::ReadAt(uint64_t offset, void* dst, uint64_t n) const {
     if (mFd < 0) return 0;
     auto* out = static_cast<uint8_t*>(dst);

@@ -91,13 +91,6 @@ public:
     // of the file or on an error).
     uint64_t ReadAt(uint64_t offset, void* dst, uint64_t n) const;
 
-    // As ReadAt, but the bytes go to the regular file (or memfd) dstFd at
-    // dstOffset through positioned writes, which fill shared memory without
-    // faulting it in page by page. Returns the bytes read; writeFailed is set
-    // when a write failed, and then the return value counts the bytes written
-    // before it (the caller reads the rest another way).
-    uint64_t CopyAt(uint64_t offset, int dstFd, uint64_t dstOffset, uint64_t n, bool& writeFailed);
-
     // Current size of the open file in bytes (0 when not open).
     uint64_t size() const;
 
@@ -120,7 +113,6 @@ private:
     uint64_t mGcount = 0;
     uint8_t mState = 0;
     std::vector<uint8_t> mBuf;
-    std::vector<uint8_t> mBounce;  // CopyAt's staging block
 };
 
 }  // namespace tessaro

@@ -1,9 +1,6 @@
-// StreamParserCompressed::Process: one client buffer per call, mapped once and
-// filled from the frame offset table by one positioned read per unit, passed
-// on to the buffer's memfd by positioned writes where it takes them, else
-// read straight into the mapping.
-#include <sys/stat.h>
-
+// StreamParserCompressed::Process: one client buffer per call, filled from the
+// frame offset table by one positioned read per unit straight into the
+// buffer's mapping.
 #include <algorithm>
 
 #include "compressed/StreamParserCompressed.h"
@@ -19,13 +16,6 @@ constexpr uint64_t kMicrosPerFrame = 1000000;
 
 bool Contains(const std::vector<uint32_t>& list, uint32_t value) {
     return std::find(list.begin(), list.end(), value) != list.end();
-}
-
-// Shared memory from memfd_create (or a plain file) takes positioned writes;
-// other descriptors (device memory) are only written through the mapping.
-bool IsRegularFile(int fd) {
-    struct stat st {};
-    return fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
 }
 
 }  // namespace
@@ -61,10 +51,7 @@ int32_t StreamParserCompressed::SignalEndOfStream(Buffer& buffer) {
 int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& unit,
                                          uint64_t offset, uint64_t length) {
     Buffer& buffer = delivery.buffer;
-    if (!delivery.mapping) {
-        delivery.mapping = std::make_unique<Buffer::Mapping>(buffer);
-        delivery.writable = delivery.mapping->vaddr() != nullptr && IsRegularFile(buffer.mFd);
-    }
+    if (delivery.mapping == nullptr) delivery.mapping = &mBufferMappings.Acquire(buffer);
     const Buffer::Mapping& mapping = *delivery.mapping;
     TS_LOGI("Buffer Capacity %d | Length to be read %d data offset:%u",
             static_cast<int>(buffer.capacity()), static_cast<int>(length),
@@ -81,19 +68,7 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& un
     TS_CHECK_TEXT(vaddr == nullptr && length != 0, "vaddr == nullptr", kUnmappedBuffer, -2);
 
     uint8_t* dst = appends ? vaddr + delivery.total : vaddr;
-    uint64_t got = 0;
-    if (length != 0 && delivery.writable) {
-        // Through the descriptor: the same bytes land in the same memory.
-        const uint64_t at = uint64_t{buffer.mMapOffset} + (appends ? delivery.total : 0);
-        bool writeFailed = false;
-        got = mInputFile.CopyAt(offset, buffer.mFd, at, length, writeFailed);
-        if (writeFailed) {
-            delivery.writable = false;
-            got += mInputFile.ReadAt(offset + got, dst + got, length - got);
-        }
-    } else if (length != 0) {
-        got = mInputFile.ReadAt(offset, dst, length);
-    }
+    const uint64_t got = length != 0 ? mInputFile.ReadAt(offset, dst, length) : 0;
     if (got < length && unit.mIsLastFrame == 0) {
         TS_LOGE("Error. Fail to read Input File.");
         return TS_ERROR;
@@ -183,7 +158,7 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
     // The table does not change while frames are delivered: read it in place.
     const std::vector<FrameInfo>* units = &entry->second;
 
-    Delivery delivery{*buffer, 0, 0, nullptr, false};
+    Delivery delivery{*buffer, 0, 0, nullptr};
 
     // After a seek the buffer first carries every codec-config unit of the
     // frames before the target, so that a decoder can start there.

@@ -131,7 +131,7 @@ void StreamParserContainer::QueueHeaders() {
 
 int32_t StreamParserContainer::fillFrame(const std::shared_ptr<Buffer>& buffer, const void* data,
                                          uint64_t length, uint64_t& totalLength) {
-    Buffer::Mapping mapping(buffer);
+    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     TS_LOGW("buffer->capacity() %u totalLength %u length %u", static_cast<unsigned>(buffer->capacity()),
             static_cast<unsigned>(totalLength), static_cast<unsigned>(length));
     TS_CHECK(buffer->capacity() - totalLength < length, 746, -2);
@@ -228,6 +228,7 @@ int32_t StreamParserContainer::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserContainer::DeInit() {
     TS_LOGW("DeInit");
+    mBufferMappings.Clear();
     mSawEOS = false;
     mSawInputEOS = false;
     mFD.reset();  // the extractor reads through a descriptor of its own

@@ -87,6 +87,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserUncompressed::DeInit() {
     TS_LOGI("DeInit");
+    mBufferMappings.Clear();
     mSawEOS = false;
     mFileSize = 0;
     mBufferSize = 0;
@@ -129,7 +130,7 @@ int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>&
                                                   const RowRun* runs, size_t runCount,
                                                   uint64_t pictureDistance) {
     if (buffer == nullptr) return ReportFailure(tag, "buffer == nullptr", nullLine, -4);
-    Buffer::Mapping mapping(buffer);
+    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return ReportFailure(tag, "vaddr == nullptr", vaddrLine, -2);
 

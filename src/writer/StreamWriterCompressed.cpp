@@ -22,7 +22,7 @@ int32_t StreamWriterCompressed::Process(std::shared_ptr<Buffer> buffer) {
     // the mapping.
     TS_CHECK(buffer->mLength > buffer->capacity(), 36, -4);
 
-    Buffer::Mapping mapping(buffer);
+    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     TS_LOGI("Buffer Capacity %d | Filled length %d", static_cast<int>(buffer->capacity()),
             static_cast<int>(buffer->mLength));
     TS_CHECK_TEXT(mapping.vaddr() == nullptr && buffer->mLength != 0, "vaddr == nullptr", 37, -4);
@@ -38,6 +38,7 @@ int32_t StreamWriterCompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamWriterCompressed::DeInit() {
     TS_LOGI("DeInit");
+    mBufferMappings.Clear();
     mOutputFile.close();
     return TS_OK;
 }

@@ -103,7 +103,7 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
         return TS_ERROR;
     }
 
-    Buffer::Mapping mapping(buffer);
+    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     const uint32_t size = GetBufferLength();
     const ConfigParam& c = mConfigParam;
     TS_LOGI("mConfigParam.mPixFormat:0x%x Width:%u Height:%u Stride:%u Scanlines:%u Size:0x%x",
@@ -143,6 +143,7 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamWriterUnCompressed::DeInit() {
     TS_LOGI("DeInit");
+    mBufferMappings.Clear();
     // Closed once; a second DeInit finds nothing to close.
     mOutputFile.reset();
     return TS_OK;

@@ -100,31 +100,5 @@ TEST(ByteSource, ReadKeepingAHeadMatchesAFullRead) {
     }
 }
 
-TEST(ByteSource, CopyAtFillsSharedMemoryOrSaysTheWriteFailed) {
-    test::ScratchDir dir;
-    const std::string file = Bytes(600000);  // more than one staging block
-    ByteSource in;
-    ASSERT_TRUE(in.open(dir.Write("f", file)));
-    const int memfd = memfd_create("copy", MFD_CLOEXEC);
-    ASSERT_GE(memfd, 0);
-    ASSERT_EQ(ftruncate(memfd, 1 << 20), 0);
-    bool writeFailed = true;
-    EXPECT_EQ(in.CopyAt(100, memfd, 4096, 590000, writeFailed), 590000u);
-    EXPECT_FALSE(writeFailed);
-    std::string back(590000, '\0');
-    ASSERT_EQ(pread(memfd, back.data(), back.size(), 4096), 590000);
-    EXPECT_EQ(back, file.substr(100, 590000));
-    // Short at the end of the input, like ReadAt.
-    EXPECT_EQ(in.CopyAt(599990, memfd, 0, 64, writeFailed), 10u);
-    EXPECT_FALSE(writeFailed);
-    close(memfd);
-    // A destination that refuses writes: nothing counted, the caller falls back.
-    const int readOnly = open(dir.Write("ro", std::string(4096, '\0')).c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_GE(readOnly, 0);
-    EXPECT_EQ(in.CopyAt(0, readOnly, 0, 100, writeFailed), 0u);
-    EXPECT_TRUE(writeFailed);
-    close(readOnly);
-}
-
 }  // namespace
 }  // namespace tessaro
