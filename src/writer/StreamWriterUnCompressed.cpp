@@ -83,9 +83,15 @@ PictureShape ShapeFor(const ConfigParam& c, uint32_t size) {
 
 int32_t StreamWriterUnCompressed::Init() {
     TS_LOGI("Init");
-    // A second Init starts a new file; the earlier one is closed, not leaked.
+    // A second Init starts a new file; the earlier one is closed (and its
+    // buffered rows written) first, not leaked.
+    mOutputFile.reset();
     mOutputFile.reset(std::fopen(mConfigParam.mOutputFileName.c_str(), "wb+"));
     TS_CHECK(mOutputFile == nullptr, 23, TS_ERROR);
+    // Rows go out one fwrite each; a large stream buffer hands the file system
+    // megabyte writes instead of page-sized ones, several times faster.
+    if (!mWriteBuffer) mWriteBuffer.reset(new char[kWriteBufferBytes]);
+    std::setvbuf(mOutputFile.get(), mWriteBuffer.get(), _IOFBF, kWriteBufferBytes);
     mState = STATE::RUNNING;
     return TS_OK;
 }

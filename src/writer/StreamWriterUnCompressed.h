@@ -44,6 +44,8 @@ private:
         void operator()(FILE* file) const { std::fclose(file); }
     };
 
+    static constexpr size_t kWriteBufferBytes = 1 << 20;
+    std::unique_ptr<char[]> mWriteBuffer;  // mOutputFile's stream buffer; outlives it
     std::unique_ptr<FILE, FileCloser> mOutputFile;
 };
 
