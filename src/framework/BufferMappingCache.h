@@ -25,8 +25,8 @@ class BufferMappingCache {
 public:
     // How many buffer memories, and how many bytes of them, stay mapped at most;
     // the least recently used mapping goes first.
-    static constexpr size_t kMaxEntries = 8;
-    static constexpr uint64_t kMaxMappedBytes = uint64_t{256} << 20;
+    static constexpr size_t kMaxEntries = 16;
+    static constexpr uint64_t kMaxMappedBytes = uint64_t{512} << 20;
 
     // The mapping of buffer for the current call, valid until the next Acquire
     // or Clear. Its vaddr() is null exactly when Buffer::Mapping's would be.
