@@ -21,6 +21,14 @@ inline std::shared_ptr<Buffer> MakeGraphicBuffer(uint64_t capacity) {
     return MakeClientBuffer(capacity, 1);
 }
 
+// A buffer record with no memory behind it (descriptor -1): every mapping of it fails.
+inline std::shared_ptr<Buffer> MakeUnmappedBuffer(uint64_t capacity, uint32_t type = 0) {
+    auto buffer = std::make_shared<Buffer>();
+    buffer->mCapacity = capacity;
+    buffer->mType = type;
+    return buffer;
+}
+
 // The whole memory behind the buffer (mCapacity bytes from mMapOffset).
 std::vector<uint8_t> ReadAll(const Buffer& buffer);
 

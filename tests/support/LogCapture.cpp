@@ -49,6 +49,21 @@ bool LogCapture::Contains(int priority, const std::string& tag, const std::strin
     return Count(priority, tag, message) != 0;
 }
 
+::testing::AssertionResult LogCapture::Has(int priority, const std::string& tag,
+                                           const std::string& message) const {
+    if (Contains(priority, tag, message)) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "not logged: " << priority << " " << tag << ": " << message << "\n"
+                                         << Dump();
+}
+
+::testing::AssertionResult LogCapture::HasAll(int priority, const std::string& tag,
+                                              const std::vector<std::string>& messages) const {
+    for (const auto& message : messages) {
+        if (!Contains(priority, tag, message)) return Has(priority, tag, message);
+    }
+    return ::testing::AssertionSuccess();
+}
+
 std::vector<std::string> LogCapture::Messages(const std::string& tag) const {
     std::vector<std::string> messages;
     for (const auto& line : mLines) {

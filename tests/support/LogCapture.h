@@ -2,6 +2,8 @@
 // say "this exact message, at this priority, under this tag, was logged".
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -25,6 +27,11 @@ public:
 
     const std::vector<LogLine>& lines() const { return mLines; }
     bool Contains(int priority, const std::string& tag, const std::string& message) const;
+    // Contains as an assertion: a failure shows the message and the whole log.
+    ::testing::AssertionResult Has(int priority, const std::string& tag, const std::string& message) const;
+    // Like Has for every message; a failure names the first one missing and shows the log.
+    ::testing::AssertionResult HasAll(int priority, const std::string& tag,
+                                      const std::vector<std::string>& messages) const;
     size_t Count(int priority, const std::string& tag, const std::string& message) const;
     // Messages only, in order, of the lines logged under tag (all tags when empty).
     std::vector<std::string> Messages(const std::string& tag = "") const;
@@ -38,6 +45,11 @@ public:
 private:
     std::vector<LogLine> mLines;
 };
+
+// A failed-check line as the library logs it: "<text> : Line# <line>".
+inline std::string CheckLine(const std::string& text, int line) {
+    return text + " : Line# " + std::to_string(line);
+}
 
 // Installs the test programs' default logger: silent unless TESSARO_TEST_LOG is set.
 void InstallDefaultTestLogger();
