@@ -11,6 +11,7 @@
 
 #include "framework/TessaroFactoryRows.h"
 #include "framework/TessaroImpl.h"
+#include "support/FactoryKeys.h"
 #include "support/LogCapture.h"
 #include "support/TestPaths.h"
 
@@ -29,58 +30,20 @@ std::string DynamicClassName(TessaroInterface& processor) {
 
 // Rows whose processor is not part of this build (the container parser
 // without a media extractor) are skipped, not failed.
-bool ClassIsBuilt(const std::string& area, const std::string& className) {
+bool ClassIsBuilt(const test::FactoryKey& row) {
 #ifndef TESSARO_HAVE_CONTAINER
-    if (area == "container") return false;
+    if (std::string(row.area) == "container") return false;
 #endif
-    const std::string header = test::DataPath("../../src/" + area + "/" + className + ".h");
-    return std::filesystem::exists(header);
+    return std::filesystem::exists(
+        test::DataPath(std::string("../../src/") + row.area + "/" + row.className + ".h"));
 }
 
-struct KeyRow {
-    const char* key;
-    const char* className;
-    const char* area;
-};
+class FactoryKey : public ::testing::TestWithParam<test::FactoryKey> {};
 
-void PrintTo(const KeyRow& row, std::ostream* os) { *os << row.key; }
-
-// The whole key table, in the factory's order.
-const KeyRow kKeyTable[] = {
-    {"Parse/AVC", "AVCStreamParser", "compressed"},
-    {"Parse/AV1", "AV1StreamParser", "compressed"},
-    {"Parse/VPX", "VPXStreamParser", "compressed"},
-    {"Parse/HEVC", "HEVCStreamParser", "compressed"},
-    {"Parse/APV", "APVStreamParser", "compressed"},
-    {"Parse/NV12", "NV12StreamParser", "uncompressed"},
-    {"Parse/NV21", "NV12StreamParser", "uncompressed"},
-    {"Parse/YV12", "YV12StreamParser", "uncompressed"},
-    {"Parse/P010", "P010StreamParser", "uncompressed"},
-    {"Parse/P210", "P210StreamParser", "uncompressed"},
-    {"Parse/NV12_MOSA", "NV12MOSAStreamParser", "uncompressed"},
-    {"Parse/RX10_MOSA", "RX10MOSAStreamParser", "uncompressed"},
-    {"Parse/P210_MOSA", "P210MOSAStreamParser", "uncompressed"},
-    {"Parse/NV12_MOSA_Interlace", "NV12MOSAInterlaceStreamParser", "uncompressed"},
-    {"Parse/RGBA32", "RGBA32StreamParser", "uncompressed"},
-    {"Parse/RGBAFP16", "RGBAFP16StreamParser", "uncompressed"},
-    {"Parse/RGBA1010102", "RGBA1010102StreamParser", "uncompressed"},
-    {"Parse/RGBA32_MOSA", "RGBA32MOSAStreamParser", "uncompressed"},
-    {"Parse/RGBA1010102_MOSA", "RGBA1010102MOSAStreamParser", "uncompressed"},
-    {"Pattern/NV12", "NV12PatternGenerator", "uncompressed"},
-    {"Pattern/P010", "P010PatternGenerator", "uncompressed"},
-    {"Pattern/P210", "P210PatternGenerator", "uncompressed"},
-    {"Pattern/RGBA32", "RGBA32PatternGenerator", "uncompressed"},
-    {"Pattern/RGBA1010102", "RGBA1010102PatternGenerator", "uncompressed"},
-    {"Parse/Container", "StreamParserContainer", "container"},
-    {"Write/Compressed", "StreamWriterCompressed", "writer"},
-    {"Write/UnCompressed", "StreamWriterUnCompressed", "writer"},
-};
-
-class FactoryKey : public ::testing::TestWithParam<KeyRow> {};
-
+// Every call builds a distinct, quiet, unconfigured object that only the caller holds.
 TEST_P(FactoryKey, BuildsAFreshUnconfiguredInstanceOfItsClass) {
-    const KeyRow row = GetParam();
-    if (!ClassIsBuilt(row.area, row.className)) GTEST_SKIP() << row.className << " is not part of this build";
+    const test::FactoryKey row = GetParam();
+    if (!ClassIsBuilt(row)) GTEST_SKIP() << row.className << " is not part of this build";
     auto factory = TessaroFactory::getInstance();
     test::LogCapture logs;
     auto processor = factory->getProcessorInstance(row.key);
@@ -90,26 +53,24 @@ TEST_P(FactoryKey, BuildsAFreshUnconfiguredInstanceOfItsClass) {
     ASSERT_NE(impl, nullptr);
     EXPECT_EQ(impl->state(), STATE::UNINITIALIZED);
     EXPECT_EQ(processor.use_count(), 1) << "the factory keeps no reference";
-    // Building every row logs nothing but the entry line: constructors are quiet.
     ASSERT_EQ(logs.lines().size(), 1u) << logs.Dump();
     EXPECT_TRUE(logs.Contains(5, kFactoryTag, "getProcessorInstance"));
+    EXPECT_NE(factory->getProcessorInstance(row.key).get(), processor.get());
 }
 
-INSTANTIATE_TEST_SUITE_P(KeyTable, FactoryKey, ::testing::ValuesIn(kKeyTable),
-                         [](const ::testing::TestParamInfo<KeyRow>& param) {
-                             std::string name = param.param.key;
-                             for (char& c : name) {
-                                 if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-                             }
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(KeyTable, FactoryKey, ::testing::ValuesIn(test::kFactoryKeys), [](const auto& param) {
+    std::string name = param.param.key;
+    for (char& c : name) {
+        if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+    }
+    return name;
+});
 
 TEST(Factory, GetInstanceIsOneSharedFactory) {
     test::LogCapture logs;
     auto first = TessaroFactory::getInstance();
-    auto second = TessaroFactory::getInstance();
     ASSERT_NE(first, nullptr);
-    EXPECT_EQ(first.get(), second.get());
+    EXPECT_EQ(first.get(), TessaroFactory::getInstance().get());
     EXPECT_EQ(logs.Count(5, kFactoryTag, "getInstance"), 2u);
 }
 
@@ -127,24 +88,6 @@ TEST(Factory, ProcessEndsCleanlyWithTheFactoryAlive) {
         ::testing::ExitedWithCode(7), "");
 }
 
-TEST(Factory, EveryCallBuildsADistinctObject) {
-    if (!ClassIsBuilt("uncompressed", "NV12StreamParser") || !ClassIsBuilt("writer", "StreamWriterCompressed")) {
-        GTEST_SKIP() << "the raw readers are not part of this build";
-    }
-    auto factory = TessaroFactory::getInstance();
-    auto nv12 = factory->getProcessorInstance("Parse/NV12");
-    auto nv21 = factory->getProcessorInstance("Parse/NV21");
-    ASSERT_NE(nv12, nullptr);
-    ASSERT_NE(nv21, nullptr);
-    EXPECT_NE(nv12.get(), nv21.get());
-    EXPECT_EQ(DynamicClassName(*nv21), "tessaro::NV12StreamParser");
-
-    auto writerA = factory->getProcessorInstance("Write/Compressed");
-    auto writerB = factory->getProcessorInstance("Write/Compressed");
-    ASSERT_NE(writerA, nullptr);
-    EXPECT_NE(writerA.get(), writerB.get());
-}
-
 TEST(Factory, UnknownKeysGiveAnEmptyPointerWithoutALogLine) {
     auto factory = TessaroFactory::getInstance();
     for (const char* key : {"", "parse/avc", "PARSE/AVC", "Parse/AVC ", "Write/Uncompressed", "Parse/H264", "Pattern/NV21"}) {
@@ -156,7 +99,6 @@ TEST(Factory, UnknownKeysGiveAnEmptyPointerWithoutALogLine) {
     }
 }
 
-// A processor that counts its instances, to see what the insertion keeps.
 class Probe : public TessaroImpl {
 public:
     int32_t Init() override { return TS_OK; }
@@ -166,19 +108,17 @@ public:
     uint32_t GetBufferLength() override { return 0; }
 };
 
-TEST(FactoryInsertion, NullInstanceIsReportedAndNotInserted) {
+// A null instance is reported and not inserted; a second value under a key
+// replaces (and releases) the first, silently.
+TEST(FactoryInsertion, NullIsRefusedAndALaterValueReplaces) {
     factory::ProcessorMap map;
     test::LogCapture logs;
     EXPECT_EQ(factory::InsertProcessor(map, "Parse/P010", nullptr), -2);
     EXPECT_TRUE(map.empty());
-    EXPECT_TRUE(logs.Contains(6, kFactoryTag, "Error. Could not allocate Parse/P010 Instance")) << logs.Dump();
-}
-
-TEST(FactoryInsertion, ReplacesAnEarlierValueUnderTheSameKey) {
-    factory::ProcessorMap map;
+    EXPECT_TRUE(logs.Has(6, kFactoryTag, "Error. Could not allocate Parse/P010 Instance"));
+    logs.Clear();
     auto first = std::make_shared<Probe>();
     auto second = std::make_shared<Probe>();
-    test::LogCapture logs;
     EXPECT_EQ(factory::InsertProcessor(map, "Write/Compressed", first), TS_OK);
     EXPECT_EQ(factory::InsertProcessor(map, "Write/Compressed", second), TS_OK);
     ASSERT_EQ(map.size(), 1u);
