@@ -4,41 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <random>
-
 #include "AnnexBBuilder.h"
-#include "support/ClientBuffer.h"
+#include "compressed/ScannerTestSupport.h"
 #include "support/LogCapture.h"
-#include "support/TestPaths.h"
 
 namespace tessaro {
 namespace {
 
 using namespace test;
-using FrameInfo = StreamParserCompressed::FrameInfo;
 
 constexpr const char* kAvcTag = "Tessaro::Impl::StreamParser::Compressed::AVC";
-constexpr const char* kCoreTag = "Tessaro::Impl::StreamParser::Compressed";
-
-// Drives ReadfromInputFile one call at a time, without BuildOffsetTable.
-class ScannerProbe : public AVCStreamParser {
-public:
-    ScannerProbe(const std::string& path, uint32_t sliceMode, uint32_t frames) {
-        mConfigParam.mFrames = frames;
-        EXPECT_TRUE(mInputFile.open(path));
-        mFileSize = mInputFile.size();
-        mSliceMode = sliceMode;
-    }
-    std::vector<FrameInfo> Next(uint32_t frameNum, uint32_t maxBufSize = 1 << 16) {
-        std::vector<FrameInfo> list;
-        EXPECT_EQ(ReadfromInputFile(frameNum, list, maxBufSize, mScratch), TS_OK);
-        return list;
-    }
-    int64_t Position() { return mInputFile.tellg(); }
-    std::shared_ptr<unsigned char> mScratch{new unsigned char[1 << 16],
-                                            std::default_delete<unsigned char[]>()};
-};
 
 // An entry as "<C|S|N><from>-<to>[*]", from and to being NAL indexes of the
 // stream (E: end of file, ~n: one byte before NAL n), * when marked last, and
@@ -81,12 +56,13 @@ class AVCScan : public ::testing::TestWithParam<ScanCase> {};
 TEST_P(AVCScan, EntriesOfEachCall) {
     const AnnexBStream s(GetParam().nals);
     ScratchDir dir;
-    ScannerProbe scan(dir.Write("a.264", s.bytes), GetParam().sliceMode, GetParam().frames);
+    OpenedParser<AVCStreamParser> scan;
+    ASSERT_TRUE(scan.Open(dir.Write("a.264", s.bytes), GetParam().sliceMode, GetParam().frames));
     for (size_t i = 0; i < GetParam().calls.size(); ++i) {
         const auto list = scan.Next(static_cast<uint32_t>(i + 1));
         EXPECT_EQ(Describe(list, s), GetParam().calls[i]) << "call " << i + 1;
         // A call that ends on a boundary leaves the file where the next unit starts.
-        const uint64_t at = static_cast<uint64_t>(scan.Position());
+        const uint64_t at = scan.Position();
         if (!list.empty() && at != 0 && at != s.bytes.size()) {
             EXPECT_EQ(at, list.back().mOffset + list.back().mLength);
         }
@@ -140,113 +116,32 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(AVCStreamParser, EndOfFileAndByteLimitAreReported) {
     const AnnexBStream s({kSpsUnit, Idr(0), P(0)});
     ScratchDir dir;
-    ScannerProbe scan(dir.Write("a.264", s.bytes), 0, 0);
+    OpenedParser<AVCStreamParser> scan, whole;
+    ASSERT_TRUE(scan.Open(dir.Write("a.264", s.bytes)) && whole.Open(dir.File("a.264")));
     LogCapture logs;
     // 25 - 5 bytes may be scanned: the picture (which starts at the SPS) ends
     // there, less the 9-byte prefix of its slice.
     const auto cut = scan.Next(1, /*maxBufSize=*/25);
-    EXPECT_TRUE(logs.Contains(4, kAvcTag, "Buffer is Full."));
+    EXPECT_TRUE(logs.Has(4, kAvcTag, "Buffer is Full."));
     ASSERT_EQ(cut.size(), 2u);
     EXPECT_EQ(cut[1].mOffset + cut[1].mLength, 20u - 9u);
 
-    ScannerProbe whole(dir.Write("b.264", s.bytes), 0, 0);
     whole.Next(1);
     whole.Next(2);
-    EXPECT_TRUE(logs.Contains(6, kAvcTag, "Error. Failed to Read from File."));
-    EXPECT_TRUE(logs.Contains(6, kAvcTag, "File Read Error."));
+    EXPECT_TRUE(logs.HasAll(6, kAvcTag, {"Error. Failed to Read from File.", "File Read Error."}));
     const uint64_t p = s.offsets[2];
-    EXPECT_TRUE(logs.Contains(4, kAvcTag, "Frame[2] BufferNum[1] Offset[" + std::to_string(p) +
-                                              "] length[" + std::to_string(s.bytes.size() - p) +
-                                              "]"))
-        << logs.Dump();
+    EXPECT_TRUE(logs.Has(4, kAvcTag, "Frame[2] BufferNum[1] Offset[" + std::to_string(p) + "] length[" +
+                                         std::to_string(s.bytes.size() - p) + "]"));
     EXPECT_TRUE(whole.Next(3).empty());
-    EXPECT_TRUE(logs.Contains(6, kAvcTag, "(uint64_t)mInputFile.tellg() == mFileSize : Line# 200"));
+    EXPECT_TRUE(logs.Has(6, kAvcTag, "(uint64_t)mInputFile.tellg() == mFileSize : Line# 200"));
 }
 
-struct BadInput {
-    const char* name;
-    std::string bytes;
-    bool create;  // false: the file does not exist
-    int32_t status;
-    std::vector<std::pair<const char*, const char*>> reports;  // (tag, message) at priority 6
-};
-
-class AVCBadInput : public ::testing::TestWithParam<BadInput> {};
-
-TEST_P(AVCBadInput, InitFailsWithTheReportedStatusAndDoesNotRun) {
-    ScratchDir dir;
-    const std::string path =
-        GetParam().create ? dir.Write("in.264", GetParam().bytes) : dir.File("missing.264");
-    AVCStreamParser parser;
-    ConfigParam config;
-    config.mInputFileName = path;
-    parser.SetConfig(config);
-    LogCapture logs;
-    EXPECT_EQ(parser.Init(), GetParam().status);
-    for (const auto& [tag, message] : GetParam().reports) {
-        EXPECT_TRUE(logs.Contains(6, tag, message)) << message << "\n" << logs.Dump();
-    }
-    EXPECT_EQ(parser.Process(nullptr), -2);
-    EXPECT_EQ(parser.Process(MakeLinearBuffer(64)), -3);
-    EXPECT_EQ(parser.GetBufferLength(), static_cast<uint32_t>(-3));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, AVCBadInput,
-    ::testing::Values(
-        BadInput{"Missing", "", false, TS_ERROR,
-                 {{kAvcTag, "mInputFile.is_open() == false : Line# 23"}}},
-        BadInput{"Empty", "", true, -4, {{kAvcTag, "mFileSize == 0 : Line# 29"}}},
-        // No start code anywhere: the scanner appends nothing.
-        BadInput{"Zeros", std::string(4096, '\0'), true, TS_ERROR,
-                 {{kCoreTag, "framelist.size() == 0 : Line# 74"},
-                  {kAvcTag, "ret != TS_OK : Line# 38"}}}),
-    [](const auto& p) { return std::string(p.param.name); });
-
-// Random bytes and a real stream cut anywhere: indexing either fails cleanly
-// or gives units inside the file, and delivering them into buffers of the
-// announced size never touches memory past those buffers.
-TEST(AVCStreamParser, RandomAndCutInputsNeverEscapeTheFileOrTheBuffer) {
-    std::mt19937 rng(1234);
-    std::ifstream sample(DataPath("h264/four_slices_bframes.264"), std::ios::binary);
-    const std::string real((std::istreambuf_iterator<char>(sample)), {});
-    ASSERT_FALSE(real.empty());
-    ScratchDir dir;
-    for (int round = 0; round < 60; ++round) {
-        std::string bytes = real.substr(0, 1 + rng() % real.size());
-        if (round % 2 == 0) {
-            // Few distinct values, so that start codes and slice headers occur.
-            for (char& c : bytes) c = "\0\0\0\1\x65\x41\x67\x68\x09\x80"[rng() % 10];
-        }
-        for (bool sliceMode : {false, true}) {
-            SCOPED_TRACE(testing::Message() << "round " << round << " slices " << sliceMode);
-            AVCStreamParser parser;
-            ConfigParam config;
-            config.mInputFileName = dir.Write("r.264", bytes);
-            config.mSliceMode = sliceMode;
-            parser.SetConfig(config);
-            if (parser.Init() != TS_OK) continue;
-            for (const auto& [frame, units] : parser.frameOffsetTable()) {
-                for (const auto& unit : units) {
-                    // A 3-byte start code opening the file puts a parameter set
-                    // one byte before it; reading that unit then fails.
-                    if (unit.mOffset == ~0ull) continue;
-                    EXPECT_LE(unit.mOffset + unit.mLength, bytes.size()) << "frame " << frame;
-                }
-            }
-            for (int call = 0; call < 100; ++call) {
-                const uint32_t needed = parser.GetBufferLength();
-                auto buffer = MakeLinearBuffer(uint64_t{needed} + 4096);
-                buffer->mCapacity = needed == 0 ? 1 : needed;
-                const uint64_t capacity = buffer->mCapacity;
-                const int32_t status = parser.Process(buffer);
-                buffer->mCapacity = uint64_t{needed} + 4096;
-                const auto memory = ReadAll(*buffer);
-                for (size_t i = capacity; i < memory.size(); ++i) ASSERT_EQ(memory[i], 0);
-                if (status != TS_OK || (buffer->mFlags & Buffer::FLAG_EOS)) break;
-            }
-        }
-    }
+TEST(AVCStreamParser, BadInput) {
+    ExpectInitFails("avc", "", "", TS_ERROR, {{kAvcTag, "mInputFile.is_open() == false : Line# 23"}});
+    ExpectInitFails("avc", "in.264", "", -4, {{kAvcTag, "mFileSize == 0 : Line# 29"}});
+    // No start code anywhere: the scanner appends nothing.
+    ExpectInitFails("avc", "in.264", std::string(4096, '\0'), TS_ERROR,
+                    {{kCoreTag, "framelist.size() == 0 : Line# 74"}, {kAvcTag, "ret != TS_OK : Line# 38"}});
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 // soups rich in start codes, and mutations of the samples.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <functional>
 #include <map>
 #include <memory>
@@ -14,14 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "compressed/APVStreamParser.h"
-#include "compressed/AV1StreamParser.h"
-#include "compressed/AVCStreamParser.h"
 #include "compressed/ByteSource.h"
-#include "compressed/HEVCStreamParser.h"
-#include "compressed/VPXStreamParser.h"
-#include "support/LogCapture.h"
-#include "support/TestPaths.h"
+#include "compressed/ScannerTestSupport.h"
+#include "support/Probe.h"
 
 namespace tessaro::test {
 namespace {
@@ -53,31 +47,6 @@ std::string Describe(const StreamParserCompressed& parser) {
     return out.str();
 }
 
-std::string DescribeLogs(const LogCapture& logs) {
-    std::string out;
-    for (const LogLine& line : logs.lines()) {
-        out += std::to_string(line.priority) + " " + line.tag + ": " + line.message + "\n";
-    }
-    return out;
-}
-
-// Exposes the scan operations of a parser for the direct, small-limit runs.
-template <class Parser>
-class ScanProbe : public Parser {
-public:
-    bool Open(const std::string& path) {
-        this->mInputFile.open(path);
-        this->mFileSize = this->mInputFile.size();
-        return this->mInputFile.is_open();
-    }
-    std::string State() {
-        return "pos " + std::to_string(this->mInputFile.tellg()) + " eof " +
-               std::to_string(this->mInputFile.eof()) + " fail " +
-               std::to_string(this->mInputFile.fail());
-    }
-    void SetSliceMode(uint32_t mode) { this->mSliceMode = mode; }
-};
-
 struct Variant {
     uint32_t frames;
     bool sliceMode;
@@ -85,18 +54,12 @@ struct Variant {
 
 constexpr Variant kVariants[] = {{0, false}, {0, true}, {7, false}, {40, true}};
 
-// Everything observable about indexing path with Parser under one variant.
-template <class Parser>
-std::string IndexRun(const std::string& path, const Variant& variant) {
+// Everything observable about indexing the file at `path` with a `codec` parser under one variant.
+std::string IndexRun(const std::string& codec, const std::string& path, const Variant& variant) {
     LogCapture logs;
-    Parser parser;
-    ConfigParam config;
-    config.mInputFileName = path;
-    config.mFrames = variant.frames;
-    config.mSliceMode = variant.sliceMode;
-    parser.SetConfig(config);
-    const int32_t status = parser.Init();
-    return "status " + std::to_string(status) + "\n" + Describe(parser) + DescribeLogs(logs);
+    auto parser = MakeParser(codec);
+    const int32_t status = InitOn(*parser, path, variant.frames, variant.sliceMode);
+    return "status " + std::to_string(status) + "\n" + Describe(*parser) + logs.Dump();
 }
 
 // Repeated scanner calls with a small scratch size, so that "Buffer is Full."
@@ -104,24 +67,21 @@ std::string IndexRun(const std::string& path, const Variant& variant) {
 template <class Parser>
 std::string LimitedScanRun(const std::string& path, uint32_t maxBufSize, bool sliceMode) {
     LogCapture logs;
-    ScanProbe<Parser> parser;
+    OpenedParser<Parser> parser;
     std::ostringstream out;
-    if (!parser.Open(path)) return "unopened";
-    parser.SetSliceMode(sliceMode ? 1 : 0);
-    auto scratch = std::shared_ptr<unsigned char>(new unsigned char[maxBufSize + 8](),
-                                                  std::default_delete<unsigned char[]>());
+    if (!parser.Open(path, sliceMode ? 1 : 0)) return "unopened";
     for (uint32_t call = 1; call <= 40; ++call) {
-        std::vector<StreamParserCompressed::FrameInfo> list;
-        const int32_t ret = parser.ReadfromInputFile(call, list, maxBufSize, scratch);
+        int32_t ret = TS_OK;
+        const auto list = parser.Next(call, maxBufSize, &ret);
         out << "call " << call << " ret " << ret << " " << parser.State() << "\n";
         for (const auto& unit : list) {
-            out << " [" << unit.mOffset << "+" << unit.mLength << " l" << unit.mIsLastFrame << " t"
-                << unit.mFrameType << " slices " << unit.mSliceOffsetTable.size() << "]";
+            out << " [" << unit.mOffset << "+" << unit.mLength << " l" << unit.mIsLastFrame << " t" << unit.mFrameType
+                << " slices " << unit.mSliceOffsetTable.size() << "]";
         }
         out << "\n";
         if (ret != TS_OK || list.empty() || list.back().mIsLastFrame != 0) break;
     }
-    return out.str() + DescribeLogs(logs);
+    return out.str() + logs.Dump();
 }
 
 struct Comparison {
@@ -133,14 +93,9 @@ std::vector<Comparison> Comparisons() {
     std::vector<Comparison> all;
     for (const Variant& v : kVariants) {
         const std::string suffix = "/frames" + std::to_string(v.frames) + (v.sliceMode ? "/slices" : "");
-        auto add = [&](const char* codec, std::function<std::string(const std::string&)> fn) {
-            all.push_back({codec + suffix, std::move(fn)});
-        };
-        add("avc", [v](const std::string& p) { return IndexRun<AVCStreamParser>(p, v); });
-        add("hevc", [v](const std::string& p) { return IndexRun<HEVCStreamParser>(p, v); });
-        add("vpx", [v](const std::string& p) { return IndexRun<VPXStreamParser>(p, v); });
-        add("av1", [v](const std::string& p) { return IndexRun<AV1StreamParser>(p, v); });
-        add("apv", [v](const std::string& p) { return IndexRun<APVStreamParser>(p, v); });
+        for (const char* codec : {"avc", "hevc", "vpx", "av1", "apv"}) {
+            all.push_back({codec + suffix, [v, codec](const std::string& p) { return IndexRun(codec, p, v); }});
+        }
     }
     for (uint32_t limit : {9u, 40u, 333u}) {
         for (bool slices : {false, true}) {
@@ -176,17 +131,6 @@ bool AgreeOn(const ScratchDir& dir, const std::string& label, const std::string&
         }
     }
     return true;
-}
-
-std::string ReadFile(const std::string& path) {
-    std::string bytes;
-    if (FILE* f = std::fopen(path.c_str(), "rb")) {
-        char chunk[4096];
-        size_t n = 0;
-        while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) bytes.append(chunk, n);
-        std::fclose(f);
-    }
-    return bytes;
 }
 
 const char* const kSamples[] = {

@@ -1,81 +1,123 @@
-// H.265, VP8/VP9, AV1 and APV samples through their parsers: what is delivered
-// must decode, by ffmpeg, to the same frames as the original; a sync-frame
-// seek into the middle must give a stream that decodes from that point on.
+// The committed samples through their parsers. Their frame tables tile the
+// file; what is delivered, written by the compressed writer, must decode (by
+// ffmpeg) to the same frames as the original; a seek into the middle must give
+// a stream that decodes from the frame reached on.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "compressed/APVStreamParser.h"
-#include "compressed/AV1StreamParser.h"
-#include "compressed/HEVCStreamParser.h"
 #include "compressed/ScannerTestSupport.h"
-#include "compressed/VPXStreamParser.h"
-#include "support/ClientBuffer.h"
+#include "support/Probe.h"
+#include "writer/StreamWriterCompressed.h"
 
 namespace tessaro {
 namespace {
 
 using test::DataPath;
-using test::HaveTool;
-using test::LittleEndian32;
-using test::MakeLinearBuffer;
-using test::RunCommand;
-using test::ScratchDir;
-
-enum class Kind { kHevc, kVpx, kAv1, kApv };
 
 struct Sample {
     const char* name;
-    Kind kind;
     const char* file;
-    const char* demuxer;   // ffmpeg's input format; "" for none (not decodable)
-    bool ivf;              // frames are re-wrapped in IVF for the judge
-    uint32_t frames;       // frames in the stream
-    bool slices;           // slice mode delivers decodable pieces
-    uint32_t seekTo;       // seek request, 0 = none
-    uint32_t seekReached;  // where it lands
-    uint32_t seekMode;     // 1 = to a sync frame, 2 = exactly
+    const char* demuxer;      // ffmpeg's input format; "" for none (not decodable)
+    bool ivf;                 // frames are re-wrapped in IVF for the judge
+    uint32_t frames;          // frames in the stream
+    bool slices;              // slice mode delivers decodable pieces
+    uint32_t seekTo, seekReached, seekMode;  // seek request (0: none), where it lands, 1 sync / 2 exact
+    int slicesPerPicture;     // in slice mode; -1: slice mode not indexed here
+    std::vector<uint32_t> syncFrames;  // empty: not checked
 };
 
 void PrintTo(const Sample& sample, std::ostream* os) { *os << sample.file; }
 
-std::unique_ptr<StreamParserCompressed> MakeParser(Kind kind) {
-    switch (kind) {
-        case Kind::kHevc: return std::make_unique<HEVCStreamParser>();
-        case Kind::kVpx: return std::make_unique<VPXStreamParser>();
-        case Kind::kAv1: return std::make_unique<AV1StreamParser>();
-        case Kind::kApv: return std::make_unique<APVStreamParser>();
-    }
-    return nullptr;
+// VP9 and AV1 frames all count as sync (bit 0 of their first byte is clear),
+// so their seeks ask for a real key frame; VP8, H.264 and H.265 search forward
+// to one. An Annex-B unit starts with its size, whose bit 0 says nothing about
+// the frame, so that stream is sought exactly. In slice mode an Annex-B unit
+// has no slices, so its last unit never carries EOS there: not run sliced.
+const Sample kSamples[] = {
+    {"avc_single_slice", "h264/single_slice.264", "h264", false, 10, true, 0, 0, 1, -1, {}},
+    {"avc_four_slices_bframes", "h264/four_slices_bframes.264", "h264", false, 10, true, 0, 0, 1, -1, {}},
+    {"avc_aud", "h264/aud.264", "h264", false, 8, true, 0, 0, 1, -1, {}},
+    {"avc_idr_gop", "h264/idr_gop.264", "h264", false, 12, true, 3, 5, 1, -1, {}},
+    {"hevc_aud_sei", "h265/aud_sei.265", "hevc", false, 8, true, 0, 0, 1, 1, {1}},
+    {"hevc_idr_gop", "h265/idr_gop.265", "hevc", false, 12, true, 3, 5, 1, 1, {1, 5, 9}},
+    {"hevc_two_slices", "h265/two_slices.265", "hevc", false, 8, true, 0, 0, 1, 2, {1}},
+    // Bit 0 of the first byte is the VP8 frame type; in VP9 it is not.
+    {"vp8", "vpx/vp8_kf4.ivf", "ivf", true, 10, false, 3, 5, 1, -1, {1, 5, 9}},
+    {"vp9", "vpx/vp9_kf4.ivf", "ivf", true, 10, false, 5, 5, 1, -1, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
+    {"av1_ivf", "av1/kf4.ivf", "ivf", true, 8, false, 5, 5, 1, -1, {}},
+    {"av1_obu", "av1/kf4_section5.obu", "obu", false, 8, true, 5, 5, 1, 1, {}},
+    {"av1_annexb", "av1/kf4_annexb.obu", "av1", false, 8, false, 5, 5, 2, 0, {}},
+    {"av1_tile_groups", "av1/tile_groups.obu", "obu", false, 8, true, 5, 5, 1, 2, {}},
+    {"apv", "apv/four_units.apv", "", false, 4, false, 3, 3, 1, -1, {1, 2, 3, 4}},
+};
+
+std::string SampleName(const ::testing::TestParamInfo<Sample>& info) { return info.param.name; }
+
+std::vector<Sample> SamplesWhere(bool (*keep)(const Sample&)) {
+    std::vector<Sample> kept;
+    std::copy_if(std::begin(kSamples), std::end(kSamples), std::back_inserter(kept), keep);
+    return kept;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+class SampleTable : public ::testing::TestWithParam<Sample> {};
+
+// Units follow one another from the start of the file (after the IVF headers)
+// to its end; the last one is marked; pictures carry their sync flag and, in
+// slice mode (AV1 OBU streams: always), their slices. (H.264 parameter sets
+// travel twice: not tiled.)
+TEST_P(SampleTable, UnitsTileTheFile) {
+    const Sample& s = GetParam();
+    const bool obu = test::CodecOf(s.file) == "av1" && !s.ivf;  // tile groups are listed in every mode
+    for (bool sliceMode : {false, true}) {
+        if (sliceMode && s.slicesPerPicture < 0) continue;
+        SCOPED_TRACE(sliceMode ? "slice mode" : "whole frames");
+        auto parser = test::MakeParser(test::CodecOf(s.file));
+        ASSERT_EQ(test::InitOn(*parser, DataPath(s.file), 0, sliceMode), TS_OK);
+        ASSERT_EQ(parser->frameOffsetTable().size(), s.frames);
+        uint64_t end = s.ivf ? 32 : 0;
+        std::vector<uint32_t> syncFrames;
+        for (uint32_t f = 1; f <= s.frames; ++f) {
+            SCOPED_TRACE("frame " + std::to_string(f));
+            const auto units = test::Units(*parser, f);
+            ASSERT_FALSE(units.empty());
+            for (const auto& unit : units) {
+                EXPECT_EQ(unit.mOffset, end + (s.ivf && &unit == &units.front() ? 12 : 0));
+                end = unit.mOffset + unit.mLength;
+            }
+            const auto& picture = units.back();
+            if (picture.mFrameType == StreamParserCompressed::FRAME_TYPE_SYNC) syncFrames.push_back(f);
+            EXPECT_EQ(picture.mIsLastFrame, f == s.frames ? 1u : 0u);
+            EXPECT_EQ(picture.mSliceOffsetTable.size(), sliceMode || obu ? static_cast<size_t>(s.slicesPerPicture) : 0u);
+        }
+        EXPECT_EQ(end, parser->fileSize());
+        if (!s.syncFrames.empty()) {
+            EXPECT_EQ(syncFrames, s.syncFrames);
+        }
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(Samples, SampleTable,
+                         ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return test::CodecOf(s.file) != "avc"; })),
+                         SampleName);
 
 struct Delivery {
     std::vector<std::string> buffers;  // the valid bytes of every buffer
     uint32_t framesClosed = 0;         // buffers with mEndOfFrame set
+    std::string written;               // what the compressed writer made of them
 };
 
-// Runs the parser over the sample, optionally after a sync-frame seek, with
-// buffers sized by GetBufferLength, until a buffer carries EOS.
-Delivery Deliver(const Sample& sample, bool sliceMode, uint32_t seekTo) {
-    SCOPED_TRACE(sliceMode ? "slice mode" : "whole frames");
+// Runs the parser over the sample, optionally after a seek, with buffers sized
+// by GetBufferLength, until a buffer carries EOS; every buffer also goes
+// through the compressed writer.
+Delivery Deliver(const Sample& sample, bool sliceMode, uint32_t seekTo, const test::ScratchDir& dir) {
     Delivery run;
-    auto parser = MakeParser(sample.kind);
-    ConfigParam config;
-    config.mInputFileName = DataPath(sample.file);
-    config.mSliceMode = sliceMode;
-    EXPECT_EQ(parser->SetConfig(config), TS_OK);
-    EXPECT_EQ(parser->Init(), TS_OK);
+    auto parser = test::MakeParser(test::CodecOf(sample.file));
+    EXPECT_EQ(test::InitOn(*parser, DataPath(sample.file), 0, sliceMode), TS_OK);
     if (seekTo != 0) {
         ConfigParam seek;
         seek.mSeekMode = sample.seekMode;
@@ -83,33 +125,38 @@ Delivery Deliver(const Sample& sample, bool sliceMode, uint32_t seekTo) {
         EXPECT_EQ(parser->SetConfig(seek), TS_OK);
         EXPECT_EQ(seek.mSeekedFrame, sample.seekReached);
     }
-    for (uint32_t guard = 0; guard < 1000; ++guard) {
+    StreamWriterCompressed writer;
+    ConfigParam out;
+    out.mOutputFileName = dir.File("written");
+    EXPECT_EQ(writer.SetConfig(out), TS_OK);
+    EXPECT_EQ(writer.Init(), TS_OK);
+    for (uint32_t guard = 0; guard < 10000; ++guard) {
         const uint32_t needed = parser->GetBufferLength();
-        auto buffer = MakeLinearBuffer(needed == 0 ? 1 : needed);
+        auto buffer = test::MakeLinearBuffer(needed == 0 ? 1 : needed);
         EXPECT_EQ(parser->Process(buffer), TS_OK);
         EXPECT_EQ(buffer->mLength, needed);
+        EXPECT_EQ(writer.Process(buffer), TS_OK);
         const auto bytes = test::ReadValid(*buffer);
         run.buffers.emplace_back(bytes.begin(), bytes.end());
         if (buffer->mEndOfFrame == 1) ++run.framesClosed;
         if (buffer->mFlags & Buffer::FLAG_EOS) break;
     }
+    EXPECT_EQ(writer.DeInit(), TS_OK);
     EXPECT_EQ(parser->DeInit(), TS_OK);
+    run.written = test::ReadFile(out.mOutputFileName);
     return run;
 }
 
-// The delivered bytes as a file the judge can read: concatenated, or each
-// frame buffer behind a 12-byte IVF frame header under the original file header.
+// What the judge reads: the written stream, or each frame buffer behind a
+// 12-byte IVF frame header under the original file header.
 std::string Rewrap(const Sample& sample, const Delivery& run) {
-    std::string out;
-    if (sample.ivf) out = ReadFile(DataPath(sample.file)).substr(0, 32);
+    if (!sample.ivf) return run.written;
+    std::string out = test::ReadFile(DataPath(sample.file)).substr(0, 32);
     uint32_t pts = 0;
     for (const std::string& bytes : run.buffers) {
-        if (sample.ivf) {
-            if (bytes.empty()) continue;
-            out += LittleEndian32(static_cast<uint32_t>(bytes.size())) + LittleEndian32(pts++) +
-                   LittleEndian32(0);
-        }
-        out += bytes;
+        if (bytes.empty()) continue;
+        out += test::LittleEndian32(static_cast<uint32_t>(bytes.size())) + test::LittleEndian32(pts++) +
+               test::LittleEndian32(0) + bytes;
     }
     return out;
 }
@@ -121,17 +168,13 @@ struct Decoded {
 
 Decoded Decode(const std::string& demuxer, const std::string& path) {
     std::string out;
-    RunCommand("ffmpeg -hide_banner -v error -xerror -f " + demuxer + " -i '" + path +
-                   "' -f framemd5 - 2>&1",
-               &out);
+    test::RunCommand("ffmpeg -hide_banner -v error -xerror -f " + demuxer + " -i '" + path + "' -f framemd5 - 2>&1", &out);
     Decoded decoded;
     std::istringstream lines(out);
-    std::string line;
-    while (std::getline(lines, line)) {
+    for (std::string line; std::getline(lines, line);) {
         if (line.empty() || line[0] == '#') continue;
-        const size_t comma = line.rfind(',');
-        if (std::count(line.begin(), line.end(), ',') == 5 && comma != std::string::npos) {
-            decoded.hashes.push_back(line.substr(comma + 2));
+        if (std::count(line.begin(), line.end(), ',') == 5) {
+            decoded.hashes.push_back(line.substr(line.rfind(',') + 2));
         } else {
             decoded.errors += line + "\n";
         }
@@ -141,18 +184,16 @@ Decoded Decode(const std::string& demuxer, const std::string& path) {
 
 uint32_t ProbeFrameCount(const std::string& demuxer, const std::string& path) {
     std::string out;
-    RunCommand("ffprobe -v error -f " + demuxer +
-                   " -count_frames -select_streams v:0 "
-                   "-show_entries stream=nb_read_frames -of csv=p=0 '" +
-                   path + "'",
-               &out);
+    test::RunCommand("ffprobe -v error -f " + demuxer +
+                         " -count_frames -select_streams v:0 -show_entries stream=nb_read_frames -of csv=p=0 '" + path + "'",
+                     &out);
     return static_cast<uint32_t>(std::stoul(out.empty() ? "0" : out));
 }
 
 class ScannerEndToEnd : public ::testing::TestWithParam<Sample> {
 protected:
     void SetUp() override {
-        if (*GetParam().demuxer != '\0' && (!HaveTool("ffmpeg") || !HaveTool("ffprobe"))) {
+        if (*GetParam().demuxer != '\0' && (!test::HaveTool("ffmpeg") || !test::HaveTool("ffprobe"))) {
             GTEST_SKIP() << "ffmpeg is not installed";
         }
     }
@@ -163,51 +204,20 @@ protected:
         const std::string delivered = Rewrap(sample, run);
         if (*sample.demuxer == '\0') {
             // Not decodable here: the bytes themselves must match.
-            const std::string bytes = ReadFile(original);
+            const std::string bytes = test::ReadFile(original);
             EXPECT_TRUE(from == 1 ? delivered == bytes
                                   : bytes.size() > delivered.size() &&
-                                        bytes.compare(bytes.size() - delivered.size(),
-                                                      delivered.size(), delivered) == 0);
+                                        bytes.compare(bytes.size() - delivered.size(), delivered.size(), delivered) == 0);
             return;
         }
-        const std::string path = dir.Write("delivered", delivered);
-        const Decoded got = Decode(sample.demuxer, path);
+        const Decoded got = Decode(sample.demuxer, dir.Write("delivered", delivered));
         const Decoded want = Decode(sample.demuxer, original);
         EXPECT_EQ(got.errors, "");
         ASSERT_EQ(want.hashes.size(), sample.frames);
-        EXPECT_EQ(got.hashes,
-                  std::vector<std::string>(want.hashes.begin() + (from - 1), want.hashes.end()));
+        EXPECT_EQ(got.hashes, std::vector<std::string>(want.hashes.begin() + (from - 1), want.hashes.end()));
     }
-    ScratchDir dir;
+    test::ScratchDir dir;
 };
-
-// VP9 and AV1 frames all count as sync (bit 0 of their first byte is clear),
-// so their seeks ask for a real key frame; VP8 and H.265 search forward to
-// one. An Annex-B unit starts with its size, whose bit 0 says nothing about
-// the frame, so that stream is sought exactly. In slice mode an Annex-B unit
-// has no slices, so its last unit never carries EOS there: not run sliced.
-const Sample kSamples[] = {
-    {"hevc_aud_sei", Kind::kHevc, "h265/aud_sei.265", "hevc", false, 8, true, 0, 0, 1},
-    {"hevc_idr_gop", Kind::kHevc, "h265/idr_gop.265", "hevc", false, 12, true, 3, 5, 1},
-    {"hevc_two_slices", Kind::kHevc, "h265/two_slices.265", "hevc", false, 8, true, 0, 0, 1},
-    {"vp8", Kind::kVpx, "vpx/vp8_kf4.ivf", "ivf", true, 10, false, 3, 5, 1},
-    {"vp9", Kind::kVpx, "vpx/vp9_kf4.ivf", "ivf", true, 10, false, 5, 5, 1},
-    {"av1_ivf", Kind::kAv1, "av1/kf4.ivf", "ivf", true, 8, false, 5, 5, 1},
-    {"av1_obu", Kind::kAv1, "av1/kf4_section5.obu", "obu", false, 8, true, 5, 5, 1},
-    {"av1_annexb", Kind::kAv1, "av1/kf4_annexb.obu", "av1", false, 8, false, 5, 5, 2},
-    {"av1_tile_groups", Kind::kAv1, "av1/tile_groups.obu", "obu", false, 8, true, 5, 5, 1},
-    {"apv", Kind::kApv, "apv/four_units.apv", "", false, 4, false, 3, 3, 1},
-};
-
-std::vector<Sample> SamplesWhere(bool (*keep)(const Sample&)) {
-    std::vector<Sample> kept;
-    for (const Sample& sample : kSamples) {
-        if (keep(sample)) kept.push_back(sample);
-    }
-    return kept;
-}
-
-std::string SampleName(const ::testing::TestParamInfo<Sample>& info) { return info.param.name; }
 
 class WholeFrames : public ScannerEndToEnd {};
 class Slices : public ScannerEndToEnd {};
@@ -215,7 +225,7 @@ class SeekInto : public ScannerEndToEnd {};
 
 TEST_P(WholeFrames, DecodeToTheSameFrames) {
     const Sample& sample = GetParam();
-    const Delivery run = Deliver(sample, false, 0);
+    const Delivery run = Deliver(sample, false, 0, dir);
     EXPECT_EQ(run.framesClosed, sample.frames);
     if (*sample.demuxer != '\0') {
         EXPECT_EQ(ProbeFrameCount(sample.demuxer, DataPath(sample.file)), sample.frames);
@@ -224,28 +234,23 @@ TEST_P(WholeFrames, DecodeToTheSameFrames) {
 }
 
 TEST_P(Slices, DecodeToTheSameFrames) {
-    const Sample& sample = GetParam();
-    const Delivery run = Deliver(sample, true, 0);
-    EXPECT_EQ(run.framesClosed, sample.frames);
+    const Delivery run = Deliver(GetParam(), true, 0, dir);
+    EXPECT_EQ(run.framesClosed, GetParam().frames);
     ExpectSameFrames(run, 1);
 }
 
 TEST_P(SeekInto, TheMiddleDecodesFromTheFrameReached) {
     const Sample& sample = GetParam();
-    const Delivery run = Deliver(sample, false, sample.seekTo);
+    const Delivery run = Deliver(sample, false, sample.seekTo, dir);
     EXPECT_EQ(run.framesClosed, sample.frames - sample.seekReached + 1);
     ExpectSameFrames(run, sample.seekReached);
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, WholeFrames, ::testing::ValuesIn(kSamples), SampleName);
-INSTANTIATE_TEST_SUITE_P(Samples, Slices, ::testing::ValuesIn(SamplesWhere([](const Sample& s) {
-                             return s.slices;
-                         })),
+INSTANTIATE_TEST_SUITE_P(Samples, Slices, ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return s.slices; })),
                          SampleName);
-INSTANTIATE_TEST_SUITE_P(Samples, SeekInto, ::testing::ValuesIn(SamplesWhere([](const Sample& s) {
-                             return s.seekTo != 0;
-                         })),
-                         SampleName);
+INSTANTIATE_TEST_SUITE_P(Samples, SeekInto,
+                         ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return s.seekTo != 0; })), SampleName);
 
 }  // namespace
 }  // namespace tessaro

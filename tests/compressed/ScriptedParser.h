@@ -72,6 +72,9 @@ public:
         return TS_OK;
     }
 
+    void DropFrame(uint32_t frame) { mFrameOffsetTable.erase(frame); }
+    ConfigParam& Config() { return mConfigParam; }
+
     // A pending seek to `frame`, as a successful Seek leaves it.
     void SetSeekPending(uint32_t frame) {
         mIsSeekSet = true;
