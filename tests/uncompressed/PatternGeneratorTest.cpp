@@ -22,8 +22,6 @@ using test::LogCapture;
 
 constexpr const char* kPatternTag = "Tessaro::Impl::StreamParser::UnCompressed::Pattern";
 
-std::string Line(const char* text, int n) { return std::string(text) + " : Line# " + std::to_string(n); }
-
 // Configures and starts `generator`; returns its buffer length.
 uint32_t Start(PatternGenerator& generator, const Geometry& g, uint32_t frames, uint32_t superFrame = 1,
                bool staticPattern = false, bool interlaced = false) {
@@ -37,7 +35,6 @@ struct YuvCase {
     const char* name;
     uint32_t code;
     bool nv12, p210;
-    int lines[3];  // state (stride, scanlines follow), nullptr, vaddr
     std::function<std::unique_ptr<PatternGenerator>()> make;
 };
 
@@ -101,25 +98,6 @@ TEST_P(YuvPattern, SuperFrameDrawsOverTheFirstPicture) {
     EXPECT_EQ(test::ReadAll(*buffer), expected);
 }
 
-TEST_P(YuvPattern, SizesAndLines) {
-    const YuvCase& yc = GetParam();
-    LogCapture logs;
-    auto generator = yc.make();
-    EXPECT_EQ(generator->GetBufferLength(), 0u);
-    EXPECT_EQ(Start(*generator, {20, 12, 32, 16}, 1), VideoBufferLayout_GetBufferSize(yc.code, 32, 16));
-    EXPECT_EQ(Start(*yc.make(), {20, 12, 0, 16}, 1), 0u);
-    EXPECT_EQ(Start(*yc.make(), {20, 12, 32, 0}, 1), 0u);
-    EXPECT_EQ(generator->ReadfromInputFile(nullptr), -4);
-    auto unmappable = std::make_shared<Buffer>();
-    unmappable->mCapacity = 4096;
-    EXPECT_EQ(generator->ReadfromInputFile(unmappable), -2);
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("mState != STATE::RUNNING", yc.lines[0])));
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("mConfigParam.mStride == 0", yc.lines[0] + 1)));
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("mConfigParam.mScanlines == 0", yc.lines[0] + 2)));
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("buffer == nullptr", yc.lines[1])));
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("vaddr == nullptr", yc.lines[2])));
-}
-
 // A picture wider than the buffer's stride is drawn at its own, wider pitch,
 // which would reach past the buffer: nothing is drawn.
 TEST_P(YuvPattern, PictureLargerThanTheBufferIsRefused) {
@@ -129,8 +107,7 @@ TEST_P(YuvPattern, PictureLargerThanTheBufferIsRefused) {
     test::FillBuffer(*buffer, 0xEE);
     LogCapture logs;
     EXPECT_EQ(generator->Process(buffer), -1);
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, "Error. Picture does not fit in the buffer."));
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, Line("ReadfromInputFile(buffer) != TS_OK", 65)));
+    EXPECT_TRUE(logs.HasAll(6, kPatternTag, {"Error. Picture does not fit in the buffer.", "ReadfromInputFile(buffer) != TS_OK : Line# 65"}));
     EXPECT_EQ(test::ReadAll(*buffer), std::vector<uint8_t>(length, 0xEE));
     EXPECT_EQ(generator->timestamp(), 0.0f);
 }
@@ -141,9 +118,9 @@ std::function<std::unique_ptr<PatternGenerator>()> Make() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Generators, YuvPattern,
-                         ::testing::Values(YuvCase{"NV12", 0, true, false, {148, 86, 93}, Make<NV12PatternGenerator>()},
-                                           YuvCase{"P010", 3, false, false, {231, 168, 175}, Make<P010PatternGenerator>()},
-                                           YuvCase{"P210", 6, false, true, {312, 251, 258}, Make<P210PatternGenerator>()}),
+                         ::testing::Values(YuvCase{"NV12", 0, true, false, Make<NV12PatternGenerator>()},
+                                           YuvCase{"P010", 3, false, false, Make<P010PatternGenerator>()},
+                                           YuvCase{"P210", 6, false, true, Make<P210PatternGenerator>()}),
                          [](const auto& param) { return std::string(param.param.name); });
 
 // Frames 3: three buffers, the third flagged, then empty ones. With fields,
@@ -170,9 +147,8 @@ TEST(PatternCounting, FramesAndFields) {
         EXPECT_EQ(stamps, fields ? (std::vector<uint64_t>{0, 0, 40000, 40000, 1})
                                  : (std::vector<uint64_t>{0, 40000, 80000, 1, 1}));
         EXPECT_EQ(flags, fields ? (std::vector<uint32_t>{0, 0, 0, eos, eos}) : (std::vector<uint32_t>{0, 0, eos, eos, eos}));
-        EXPECT_TRUE(logs.Contains(4, kPatternTag, fields ? "Last Frame[2] to Process. Adding EOS Flag"
-                                                         : "Last Frame[3] to Process. Adding EOS Flag"));
-        EXPECT_TRUE(logs.Contains(4, kPatternTag, "Already Saw EOS. Return"));
+        EXPECT_TRUE(logs.HasAll(4, kPatternTag, {fields ? "Last Frame[2] to Process. Adding EOS Flag" : "Last Frame[3] to Process. Adding EOS Flag",
+                                                 "Already Saw EOS. Return"}));
     }
 }
 
@@ -190,14 +166,12 @@ TEST(PatternCounting, PreconditionsInOrder) {
     EXPECT_EQ(generator.Process(test::MakeLinearBuffer(8192)), -4);
     EXPECT_EQ(generator.Process(test::MakeGraphicBuffer(4096)), -2);
     EXPECT_EQ(generator.frameCount(), 0u);
-    for (const char* f : {"buffer == nullptr : Line# 31", "mState != STATE::RUNNING : Line# 32",
-                          "mConfigParam.mFrames == 0 : Line# 33", "buffer->isGraphic() == false : Line# 34",
-                          "buffer->capacity() < ( mBufferSize * mConfigParam.mSuperFrame) : Line# 36"}) {
-        EXPECT_TRUE(logs.Contains(6, kPatternTag, f)) << f;
-    }
+    EXPECT_TRUE(logs.HasAll(6, kPatternTag, {"buffer == nullptr : Line# 31", "mState != STATE::RUNNING : Line# 32",
+                                             "mConfigParam.mFrames == 0 : Line# 33", "buffer->isGraphic() == false : Line# 34",
+                                             "buffer->capacity() < ( mBufferSize * mConfigParam.mSuperFrame) : Line# 36"}));
     // Seek and DeInit are the reader base's and log under its tag.
     EXPECT_EQ(generator.Seek(), -1);
-    EXPECT_TRUE(logs.Contains(6, "Tessaro::Impl::StreamParser::Uncompressed", "Error. Seek Unsupported for Uncompressed formats"));
+    EXPECT_TRUE(logs.Has(6, "Tessaro::Impl::StreamParser::Uncompressed", "Error. Seek Unsupported for Uncompressed formats"));
 }
 
 // ---- RGB -------------------------------------------------------------------
@@ -246,28 +220,6 @@ TEST(RgbPattern, PackingsAndSmallPictures) {
     }
 }
 
-TEST(RgbPattern, SizesAndLines) {
-    LogCapture logs;
-    RGBA32PatternGenerator idle;
-    RGBA1010102PatternGenerator idle10;
-    EXPECT_EQ(idle.GetBufferLength() + idle10.GetBufferLength(), 0u);
-    RGBA32PatternGenerator a, b;
-    RGBA1010102PatternGenerator c, d;
-    EXPECT_EQ(Start(a, {0, 4, 8, 4}, 1) + Start(b, {8, 0, 8, 4}, 1) + Start(c, {8, 4, 0, 4}, 1) + Start(d, {8, 4, 8, 0}, 1), 0u);
-    EXPECT_EQ(idle.ReadfromInputFile(nullptr), -4);
-    auto unmappable = std::make_shared<Buffer>();
-    unmappable->mCapacity = 4096;
-    EXPECT_EQ(idle.ReadfromInputFile(unmappable), -2);
-    for (const char* f : {"mState != STATE::RUNNING : Line# 378", "mConfigParam.mWidth == 0 : Line# 379",
-                          "mConfigParam.mHeight == 0 : Line# 380", "mState != STATE::RUNNING : Line# 398",
-                          "mConfigParam.mStride == 0 : Line# 399", "mConfigParam.mScanlines == 0 : Line# 400",
-                          "buffer == nullptr : Line# 333", "vaddr == nullptr : Line# 340"}) {
-        EXPECT_TRUE(logs.Contains(6, kPatternTag, f)) << f;
-    }
-    RGBA32PatternGenerator sized;
-    EXPECT_EQ(Start(sized, {8, 4, 16, 8}, 1), VideoBufferLayout_GetBufferSize(8, 16, 8));
-}
-
 // Rows packed at mWidth run past a buffer sized for a narrower stride.
 TEST(RgbPattern, PackedRowsPastTheBufferAreRefused) {
     RGBA32PatternGenerator generator;
@@ -275,7 +227,7 @@ TEST(RgbPattern, PackedRowsPastTheBufferAreRefused) {
     test::FillBuffer(*buffer, 0xEE);
     LogCapture logs;
     EXPECT_EQ(generator.Process(buffer), -1);
-    EXPECT_TRUE(logs.Contains(6, kPatternTag, "Error. Picture does not fit in the buffer."));
+    EXPECT_TRUE(logs.Has(6, kPatternTag, "Error. Picture does not fit in the buffer."));
     EXPECT_EQ(test::ReadAll(*buffer), std::vector<uint8_t>(buffer->mCapacity, 0xEE));
 }
 
