@@ -1,5 +1,5 @@
 // The layout library's promises: fixed worked values (the table in
-// docs/buffer-layout.md), determinism, and room for every byte that the raw
+// docs/buffer-layout.md) and room for every byte that the raw
 // readers, the pattern generators and the raw writer touch for any picture no
 // larger than the buffer's stride and scanlines.
 #include <VideoBufferLayout.h>
@@ -16,12 +16,9 @@ struct Geometry {
 };
 
 std::vector<Geometry> Geometries() {
-    std::vector<Geometry> all = {
-        {1, 1, 1, 1},         {2, 2, 2, 2},         {3, 5, 3, 5},        {63, 47, 63, 47},
-        {64, 48, 96, 64},     {100, 31, 100, 31},   {176, 144, 176, 144}, {175, 143, 192, 160},
-        {1280, 720, 1280, 720}, {1920, 1080, 2048, 1088}, {1919, 1079, 1919, 1079},
-        {3840, 2160, 3840, 2160},
-    };
+    std::vector<Geometry> all = {{1, 1, 1, 1}, {2, 2, 2, 2}, {3, 5, 3, 5}, {63, 47, 63, 47}, {64, 48, 96, 64},
+                                 {100, 31, 100, 31}, {176, 144, 176, 144}, {175, 143, 192, 160}, {1280, 720, 1280, 720},
+                                 {1920, 1080, 2048, 1088}, {1919, 1079, 1919, 1079}, {3840, 2160, 3840, 2160}};
     std::mt19937 random(20261122);  // fixed seed: the same cases every run
     for (int i = 0; i < 400; ++i) {
         Geometry g{};
@@ -110,17 +107,6 @@ TEST(VideoBufferLayout, TiledSizesHoldThePictureAndGrowWithIt) {
             ASSERT_GE(VideoBufferLayout_GetBufferSizeUsed(format, g.width, g.height, 1), used);
             ASSERT_GE(VideoBufferLayout_GetStrideInBytes(format, g.width, 1), bytesPerRow);
             ASSERT_GE(VideoBufferLayout_GetScanlines(format, g.height, 1), g.height);
-        }
-    }
-}
-
-TEST(VideoBufferLayout, Deterministic) {
-    for (uint32_t format = 0; format < 16; ++format) {
-        for (const Geometry& g : Geometries()) {
-            ASSERT_EQ(VideoBufferLayout_GetBufferSize(format, g.stride, g.scanlines),
-                      VideoBufferLayout_GetBufferSize(format, g.stride, g.scanlines));
-            ASSERT_EQ(VideoBufferLayout_GetBufferSizeUsed(format, g.width, g.height, 1),
-                      VideoBufferLayout_GetBufferSizeUsed(format, g.width, g.height, 1));
         }
     }
 }

@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -63,39 +62,23 @@ TEST_P(InputFaults, InputChangedAfterInit) {
     ASSERT_TRUE(expected.sawEos);
     reference->DeInit();
 
-    enum Change { kDeleted, kReplaced, kTruncatedToZero, kTruncatedToHalf };
-    const struct {
-        const char* name;
-        Change change;
-    } changes[] = {{"deleted", kDeleted},
-                   {"replaced", kReplaced},
-                   {"truncated to zero", kTruncatedToZero},
-                   {"truncated to half", kTruncatedToHalf}};
-    for (const auto& c : changes) {
-        SCOPED_TRACE(c.name);
+    for (const char* change : {"deleted", "replaced", "truncated to zero", "truncated to half"}) {
+        SCOPED_TRACE(change);
         const std::string path = dir.Write(std::string("input") + suffix, original);
         auto processor = Start(path);
         ASSERT_NE(processor, nullptr);
-        switch (c.change) {
-            case kDeleted:
-                ASSERT_EQ(unlink(path.c_str()), 0);
-                break;
-            case kReplaced:
-                ASSERT_EQ(rename(dir.Write("other", std::string(original.size(), '\x5a')).c_str(),
-                                 path.c_str()),
-                          0);
-                break;
-            case kTruncatedToZero:
-                ASSERT_EQ(truncate(path.c_str(), 0), 0);
-                break;
-            case kTruncatedToHalf:
-                ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(original.size() / 2)), 0);
-                break;
+        const std::string what = change;
+        if (what == "deleted") {
+            ASSERT_EQ(unlink(path.c_str()), 0);
+        } else if (what == "replaced") {
+            ASSERT_EQ(rename(dir.Write("other", std::string(original.size(), '\x5a')).c_str(), path.c_str()), 0);
+        } else {
+            ASSERT_EQ(truncate(path.c_str(), what == "truncated to zero" ? 0 : static_cast<off_t>(original.size() / 2)), 0);
         }
         const test::Run run = test::DriveToEnd(*processor, GetParam().bufferType, kMaxCalls);
         EXPECT_TRUE(run.stayedInside);
         EXPECT_LT(run.calls, kMaxCalls) << "the run did not end";
-        if (c.change == kDeleted || c.change == kReplaced) {
+        if (what == "deleted" || what == "replaced") {
             EXPECT_TRUE(run.sawEos);
             EXPECT_EQ(run.bytes, expected.bytes);
         } else {
@@ -219,19 +202,27 @@ INSTANTIATE_TEST_SUITE_P(Families, ProducerFaults, ::testing::ValuesIn(test::Pro
 INSTANTIATE_TEST_SUITE_P(Families, InputFaults, ::testing::ValuesIn(test::FamiliesWithInput()),
                          [](const auto& param) { return std::string(param.param.name); });
 
-// Writers whose output cannot take the bytes.
+std::shared_ptr<TessaroInterface> StartWriter(const char* key, const std::string& output, int32_t expected = TS_OK) {
+    auto writer = TessaroFactory::getInstance()->getProcessorInstance(key);
+    ConfigParam config{};
+    config.mOutputFileName = output;
+    config.mWidth = config.mStride = 64;
+    config.mHeight = config.mScanlines = 48;
+    config.mPixFormat = 1;
+    writer->SetConfig(config);
+    EXPECT_EQ(writer->Init(), expected);
+    return writer;
+}
+
+// Writers whose output cannot be opened refuse to start, and a DeInit then
+// has nothing to close.
 TEST(WriterFaults, OutputThatCannotTakeTheBytes) {
     test::ScratchDir dir;
     for (const char* key : {"Write/Compressed", "Write/UnCompressed"}) {
-        const bool raw = std::string(key) == "Write/UnCompressed";
         for (const std::string& path : {dir.path(), dir.File("missing/out"), std::string()}) {
             SCOPED_TRACE(std::string(key) + " to '" + path + "'");
-            auto writer = TessaroFactory::getInstance()->getProcessorInstance(key);
-            ConfigParam config{};
-            config.mOutputFileName = path;
-            writer->SetConfig(config);
-            EXPECT_EQ(writer->Init(), TS_ERROR);
-            auto buffer = test::MakeClientBuffer(64, raw ? 1 : 0);
+            auto writer = StartWriter(key, path, TS_ERROR);
+            auto buffer = test::MakeClientBuffer(64, std::string(key) == "Write/UnCompressed" ? 1 : 0);
             buffer->mLength = 64;
             EXPECT_EQ(writer->Process(buffer), -3);  // never started
             writer->DeInit();
@@ -248,14 +239,8 @@ TEST(WriterFaults, BufferWhoseMemoryIsNotThere) {
     close(closed);
     for (const char* key : {"Write/Compressed", "Write/UnCompressed"}) {
         const bool raw = std::string(key) == "Write/UnCompressed";
-        auto writer = TessaroFactory::getInstance()->getProcessorInstance(key);
-        ConfigParam config{};
-        config.mOutputFileName = dir.File(raw ? "raw.out" : "compressed.out");
-        config.mWidth = config.mStride = 64;
-        config.mHeight = config.mScanlines = 48;
-        config.mPixFormat = 1;
-        writer->SetConfig(config);
-        ASSERT_EQ(writer->Init(), TS_OK);
+        const std::string output = dir.File(raw ? "raw.out" : "compressed.out");
+        auto writer = StartWriter(key, output);
         const uint64_t capacity = raw ? writer->GetBufferLength() : 4608;
         for (auto& [name, buffer] : BuffersWithoutMemory(capacity, raw ? 1 : 0, closed, "")) {
             SCOPED_TRACE(std::string(key) + ": " + name);
@@ -263,7 +248,7 @@ TEST(WriterFaults, BufferWhoseMemoryIsNotThere) {
             EXPECT_LT(writer->Process(buffer), 0);
         }
         EXPECT_EQ(writer->DeInit(), TS_OK);
-        EXPECT_EQ(test::ReadFile(config.mOutputFileName), "");
+        EXPECT_EQ(test::ReadFile(output), "");
     }
 }
 
@@ -273,38 +258,24 @@ TEST(WriterFaults, BufferWhoseMemoryIsNotThere) {
 // raw writer's short writes are silent.
 TEST(WriterFaults, DeviceWithNoSpaceLeft) {
     if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
-    {
-        test::LogCapture logs;
-        auto writer = TessaroFactory::getInstance()->getProcessorInstance("Write/Compressed");
-        ConfigParam config{};
-        config.mOutputFileName = "/dev/full";
-        writer->SetConfig(config);
-        ASSERT_EQ(writer->Init(), TS_OK);
-        auto buffer = test::MakeLinearBuffer(1 << 16);
-        buffer->mLength = 1 << 16;  // larger than the stream's own buffer: written at once
-        EXPECT_EQ(writer->Process(buffer), TS_ERROR);
-        buffer->mLength = 16;
-        EXPECT_EQ(writer->Process(buffer), TS_ERROR);
-        EXPECT_EQ(logs.Count(6, "Tessaro::Impl::StreamWriter::Compressed", "Error. Fail to read Input File."), 2u);
-        EXPECT_EQ(writer->DeInit(), TS_OK);
-        EXPECT_EQ(writer->DeInit(), TS_OK);
-    }
-    {
-        auto writer = TessaroFactory::getInstance()->getProcessorInstance("Write/UnCompressed");
-        ConfigParam config{};
-        config.mOutputFileName = "/dev/full";
-        config.mWidth = config.mStride = 64;
-        config.mHeight = config.mScanlines = 48;
-        config.mPixFormat = 1;
-        writer->SetConfig(config);
-        ASSERT_EQ(writer->Init(), TS_OK);
-        const uint32_t length = writer->GetBufferLength();
-        ASSERT_GT(length, 0u);
-        auto buffer = test::MakeGraphicBuffer(length);
-        buffer->mLength = length;
-        for (int i = 0; i < 20; ++i) EXPECT_EQ(writer->Process(buffer), TS_OK);
-        EXPECT_EQ(writer->DeInit(), TS_OK);
-    }
+    test::LogCapture logs;
+    auto writer = StartWriter("Write/Compressed", "/dev/full");
+    auto buffer = test::MakeLinearBuffer(1 << 16);
+    buffer->mLength = 1 << 16;  // larger than the stream's own buffer: written at once
+    EXPECT_EQ(writer->Process(buffer), TS_ERROR);
+    buffer->mLength = 16;
+    EXPECT_EQ(writer->Process(buffer), TS_ERROR);
+    EXPECT_EQ(logs.Count(6, "Tessaro::Impl::StreamWriter::Compressed", "Error. Fail to read Input File."), 2u);
+    EXPECT_EQ(writer->DeInit(), TS_OK);
+    EXPECT_EQ(writer->DeInit(), TS_OK);
+
+    auto raw = StartWriter("Write/UnCompressed", "/dev/full");
+    const uint32_t length = raw->GetBufferLength();
+    ASSERT_GT(length, 0u);
+    auto picture = test::MakeGraphicBuffer(length);
+    picture->mLength = length;
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(raw->Process(picture), TS_OK);
+    EXPECT_EQ(raw->DeInit(), TS_OK);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 #include "robustness/RobustnessSupport.h"
 #include "support/ClientBuffer.h"
+#include "support/FactoryKeys.h"
 #include "support/TestPaths.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -152,27 +153,18 @@ INSTANTIATE_TEST_SUITE_P(Families, LoopForeverRun, ::testing::ValuesIn(test::Com
 // Every key built and dropped 1,000 times: the factory keeps nothing, and
 // under LeakSanitizer (the sanitizer build) nothing is left at exit.
 TEST(FactoryCycles, EveryKeyCreatedAndDestroyed) {
-    const char* keys[] = {
-        "Parse/AVC",          "Parse/AV1",          "Parse/VPX",           "Parse/HEVC",
-        "Parse/APV",          "Parse/NV12",         "Parse/NV21",          "Parse/YV12",
-        "Parse/P010",         "Parse/P210",         "Parse/NV12_MOSA",     "Parse/RX10_MOSA",
-        "Parse/P210_MOSA",    "Parse/NV12_MOSA_Interlace", "Parse/RGBA32", "Parse/RGBAFP16",
-        "Parse/RGBA1010102",  "Parse/RGBA32_MOSA",  "Parse/RGBA1010102_MOSA", "Pattern/NV12",
-        "Pattern/P010",       "Pattern/P210",       "Pattern/RGBA32",      "Pattern/RGBA1010102",
-        "Parse/Container",    "Write/Compressed",   "Write/UnCompressed",
-    };
     auto factory = TessaroFactory::getInstance();
     test::Resources settled;
     for (int cycle = 0; cycle < 1000; ++cycle) {
         if (cycle == 100) settled = test::CurrentResources();
-        for (const char* key : keys) {
-            std::shared_ptr<TessaroInterface> processor = factory->getProcessorInstance(key);
+        for (const auto& row : test::kFactoryKeys) {
+            std::shared_ptr<TessaroInterface> processor = factory->getProcessorInstance(row.key);
 #ifdef TESSARO_HAVE_CONTAINER
-            ASSERT_NE(processor, nullptr) << key;
+            ASSERT_NE(processor, nullptr) << row.key;
 #else
-            if (std::string(key) != "Parse/Container") ASSERT_NE(processor, nullptr) << key;
+            if (std::string(row.key) != "Parse/Container") ASSERT_NE(processor, nullptr) << row.key;
 #endif
-            EXPECT_EQ(processor.use_count(), processor ? 1 : 0) << key;
+            EXPECT_EQ(processor.use_count(), processor ? 1 : 0) << row.key;
         }
     }
     const test::Resources end = test::CurrentResources();

@@ -9,10 +9,6 @@
 namespace tessaro::cli {
 namespace {
 
-std::string Md5Of(const std::string& text) {
-    return Md5::Of(reinterpret_cast<const uint8_t*>(text.data()), text.size());
-}
-
 TEST(Md5, ReferenceVectors) {
     const std::pair<std::string, std::string> vectors[] = {
         {"", "d41d8cd98f00b204e9800998ecf8427e"},
@@ -27,14 +23,12 @@ TEST(Md5, ReferenceVectors) {
         {std::string(55, 'x'), "04364420e25c512fd958a70738aa8f72"},
         {std::string(56, 'x'), "668a72d5ba17f08e62dabcafad6db14b"},
         {std::string(64, 'x'), "c1bb4f81d892b2d57947682aeb252456"},
+        {std::string(1000000, 'a'), "7707d6ae4e027c70eea2a935c2296f21"},
     };
     for (const auto& [input, digest] : vectors) {
-        SCOPED_TRACE("length " + std::to_string(input.size()));
-        EXPECT_EQ(Md5Of(input), digest);
+        EXPECT_EQ(Md5::Of(reinterpret_cast<const uint8_t*>(input.data()), input.size()), digest) << input.size() << " bytes";
     }
 }
-
-TEST(Md5, MillionAs) { EXPECT_EQ(Md5Of(std::string(1000000, 'a')), "7707d6ae4e027c70eea2a935c2296f21"); }
 
 TEST(Md5, ChunkingDoesNotChangeTheDigest) {
     std::mt19937 random(7);
@@ -42,10 +36,9 @@ TEST(Md5, ChunkingDoesNotChangeTheDigest) {
     for (auto& byte : data) byte = static_cast<uint8_t>(random());
     const std::string whole = Md5::Of(data.data(), data.size());
     for (size_t chunk : {1u, 3u, 63u, 64u, 65u, 1000u}) {
-        SCOPED_TRACE("chunk " + std::to_string(chunk));
         Md5 md5;
         for (size_t at = 0; at < data.size(); at += chunk) md5.Update(data.data() + at, std::min(chunk, data.size() - at));
-        EXPECT_EQ(md5.Hex(), whole);
+        EXPECT_EQ(md5.Hex(), whole) << "chunk " << chunk;
     }
 }
 

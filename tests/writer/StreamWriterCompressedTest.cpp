@@ -3,12 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <functional>
-#include <iterator>
 
 #include "support/ClientBuffer.h"
 #include "support/LogCapture.h"
+#include "support/Probe.h"
 #include "support/TestPaths.h"
 
 namespace tessaro {
@@ -16,10 +15,7 @@ namespace {
 
 constexpr const char* kTag = "Tessaro::Impl::StreamWriter::Compressed";
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), {});
-}
+using test::ReadFile;
 
 std::shared_ptr<Buffer> Filled(uint64_t capacity, uint8_t value, uint64_t length) {
     auto buffer = test::MakeLinearBuffer(capacity);
@@ -40,9 +36,8 @@ TEST(StreamWriterCompressed, AppendsValidBytesInCallOrderUntilDeInitAndReInitTru
     StreamWriterCompressed writer;
     test::LogCapture logs;
     EXPECT_EQ(writer.Process(Filled(8, 'a', 1)), -3);
-    EXPECT_TRUE(logs.Contains(6, kTag, "mState != STATE::RUNNING : Line# 31"));
     EXPECT_EQ(writer.Init(), TS_ERROR);  // no output name
-    EXPECT_TRUE(logs.Contains(6, kTag, "mOutputFile.is_open() == false : Line# 23"));
+    EXPECT_TRUE(logs.HasAll(6, kTag, {"mState != STATE::RUNNING : Line# 31", "mOutputFile.is_open() == false : Line# 23"}));
 
     Configure(writer, out);
     ASSERT_EQ(writer.Init(), TS_OK);
@@ -50,7 +45,7 @@ TEST(StreamWriterCompressed, AppendsValidBytesInCallOrderUntilDeInitAndReInitTru
     config->mFlags = Buffer::FLAG_CODEC_CONFIG;  // flags play no part
     config->mOffset = 5;                         // nor does the offset
     EXPECT_EQ(writer.Process(config), TS_OK);
-    EXPECT_TRUE(logs.Contains(4, kTag, "Buffer Capacity 16 | Filled length 3"));
+    EXPECT_TRUE(logs.Has(4, kTag, "Buffer Capacity 16 | Filled length 3"));
     EXPECT_EQ(writer.Process(Filled(8, 'b', 0)), TS_OK);
     EXPECT_EQ(writer.Process(Filled(8, 'c', 8)), TS_OK);
     EXPECT_EQ(writer.DeInit(), TS_OK);
@@ -58,7 +53,7 @@ TEST(StreamWriterCompressed, AppendsValidBytesInCallOrderUntilDeInitAndReInitTru
 
     // DeInit leaves the writer running: the next write fails on the closed file.
     EXPECT_EQ(writer.Process(Filled(8, 'd', 2)), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kTag, "Error. Fail to read Input File."));
+    EXPECT_TRUE(logs.Has(6, kTag, "Error. Fail to read Input File."));
     ASSERT_EQ(writer.Init(), TS_OK);
     EXPECT_EQ(writer.Process(Filled(8, 'e', 1)), TS_OK);
     writer.DeInit();
@@ -80,14 +75,13 @@ TEST_P(StreamWriterCompressedRefuses, BuffersItCannotWriteAndWritesNothing) {
     ASSERT_EQ(writer.Init(), TS_OK);
     test::LogCapture logs;
     EXPECT_EQ(writer.Process(GetParam().make()), -4);
-    EXPECT_TRUE(logs.Contains(6, kTag, GetParam().report)) << logs.Dump();
+    EXPECT_TRUE(logs.Has(6, kTag, GetParam().report));
     writer.DeInit();
     EXPECT_EQ(ReadFile(dir.File("out.264")), "");
 }
 
 std::shared_ptr<Buffer> Unmapped(uint64_t capacity, uint64_t length) {
-    auto b = std::make_shared<Buffer>();
-    b->mCapacity = capacity;
+    auto b = test::MakeUnmappedBuffer(capacity);
     b->mLength = length;
     return b;
 }
@@ -97,13 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         RefusedCase{"Null", [] { return std::shared_ptr<Buffer>(); }, "buffer == nullptr : Line# 33"},
         RefusedCase{"ZeroCapacity", [] { return Unmapped(0, 0); }, "buffer->capacity() == 0 : Line# 34"},
-        RefusedCase{"Graphic",
-                    [] {
-                        auto b = test::MakeGraphicBuffer(16);
-                        b->mLength = 4;
-                        return b;
-                    },
-                    "buffer->isLinear() == false : Line# 35"},
+        RefusedCase{"Graphic", [] { return test::MakeUnmappedBuffer(16, 1); }, "buffer->isLinear() == false : Line# 35"},
         // The valid bytes would run past the mapping.
         RefusedCase{"LengthBeyondCapacity", [] { return Filled(16, 'x', 17); },
                     "buffer->mLength > buffer->capacity() : Line# 36"},

@@ -5,9 +5,7 @@
 #include <VideoBufferLayout.h>
 #include <gtest/gtest.h>
 
-#include "support/ClientBuffer.h"
 #include "support/LogCapture.h"
-#include "support/TestPaths.h"
 #include "uncompressed/RawTestSupport.h"
 
 namespace tessaro {
@@ -45,11 +43,7 @@ std::vector<uint8_t> Extract(const std::vector<uint8_t>& buffer, const std::vect
 class RawWriter : public ::testing::Test {
 protected:
     void Start(uint32_t format, uint32_t width, uint32_t height, uint32_t stride, uint32_t scanlines) {
-        ConfigParam c{};
-        c.mWidth = width;
-        c.mHeight = height;
-        c.mStride = stride;
-        c.mScanlines = scanlines;
+        ConfigParam c = test::RawConfig({width, height, stride, scanlines});
         c.mPixFormat = format;
         c.mOutputFileName = scratch.File("out.yuv");
         writer = std::make_unique<StreamWriterUnCompressed>();
@@ -134,7 +128,7 @@ TEST_F(RawWriter, SingleRowNV12HasNoChromaAndYV12UsesItsOwnPitches) {
     ASSERT_EQ(writer->Process(buffer), 0);
     writer->DeInit();
     EXPECT_EQ(Output(), Extract(image, {{0, 1, 16, 32}}));
-    EXPECT_TRUE(logs.Contains(4, kWriterTag, "bufferSize: 0x1"));
+    EXPECT_TRUE(logs.Has(4, kWriterTag, "bufferSize: 0x1"));
 
     Start(3, 100, 4, 300, 300);  // stride and scanlines play no part
     ASSERT_EQ(writer->Process(buffer), 0);
@@ -154,22 +148,19 @@ TEST_F(RawWriter, ChecksInOrder) {
     EXPECT_EQ(writer->Process(std::make_shared<Buffer>()), -4);
     EXPECT_EQ(writer->Process(test::MakeLinearBuffer(4096)), -4);
     EXPECT_EQ(writer->Seek(), TS_ERROR);
-    for (const char* f : {"mState != STATE::RUNNING : Line# 31", "mState != STATE::RUNNING : Line# 160",
-                          "mConfigParam.mWidth == 0 : Line# 161", "buffer == nullptr : Line# 33",
-                          "buffer->capacity() == 0 : Line# 34", "buffer->isGraphic() == false : Line# 35"}) {
-        EXPECT_TRUE(logs.Contains(6, kWriterTag, f)) << f;
-    }
-    EXPECT_TRUE(logs.Contains(6, kWriterTag, "Error. Seek is not present for StreamWriter"));
     Start(1, 16, 0, 16, 16);
     EXPECT_EQ(writer->GetBufferLength(), 0u);
-    EXPECT_TRUE(logs.Contains(6, kWriterTag, "mConfigParam.mHeight == 0 : Line# 162"));
+    EXPECT_TRUE(logs.HasAll(6, kWriterTag, {"mState != STATE::RUNNING : Line# 31", "mState != STATE::RUNNING : Line# 160",
+                                            "mConfigParam.mWidth == 0 : Line# 161", "buffer == nullptr : Line# 33",
+                                            "buffer->capacity() == 0 : Line# 34", "buffer->isGraphic() == false : Line# 35",
+                                            "Error. Seek is not present for StreamWriter", "mConfigParam.mHeight == 0 : Line# 162"}));
 
     StreamWriterUnCompressed nowhere;
     ConfigParam c{};
     c.mOutputFileName = scratch.File("missing/dir/out.yuv");
     nowhere.SetConfig(c);
     EXPECT_EQ(nowhere.Init(), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kWriterTag, "mOutputFile == nullptr : Line# 23"));
+    EXPECT_TRUE(logs.Has(6, kWriterTag, "mOutputFile == nullptr : Line# 23"));
     EXPECT_EQ(nowhere.state(), STATE::CONFIGURED);
     EXPECT_EQ(nowhere.DeInit(), TS_OK);  // nothing open: nothing closed
 }
@@ -192,11 +183,8 @@ TEST_F(RawWriter, PictureBeyondTheBufferIsRefused) {
     EXPECT_EQ(logs.Count(6, kWriterTag, "Error. Picture does not fit in the buffer."), 3u);
 
     Start(1, 16, 16, 16, 16);
-    auto unmappable = std::make_shared<Buffer>();
-    unmappable->mCapacity = 4096;
-    unmappable->mType = 1;
-    EXPECT_EQ(writer->Process(unmappable), -2);
-    EXPECT_TRUE(logs.Contains(6, kWriterTag, "Invalid Source Address"));
+    EXPECT_EQ(writer->Process(test::MakeUnmappedBuffer(4096, 1)), -2);
+    EXPECT_TRUE(logs.Has(6, kWriterTag, "Invalid Source Address"));
 }
 
 // A second DeInit, a Process after DeInit, a second Init and a writer dropped
@@ -210,7 +198,7 @@ TEST_F(RawWriter, LifeCycleEdges) {
     EXPECT_EQ(writer->state(), STATE::RUNNING);
     LogCapture logs;
     EXPECT_EQ(writer->Process(buffer), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kWriterTag, "Error. Fail to read Input File."));
+    EXPECT_TRUE(logs.Has(6, kWriterTag, "Error. Fail to read Input File."));
     EXPECT_EQ(Output().size(), 32u);
 
     ASSERT_EQ(writer->Init(), TS_OK);  // reopens and truncates
