@@ -1,32 +1,29 @@
+// The AV1 scanner: file type detection, OBU headers and sizes, temporal units
+// and their tile-group slices.
 #include "compressed/AV1StreamParser.h"
 
 #include <gtest/gtest.h>
 
 #include "compressed/ScannerTestSupport.h"
-#include "support/LogCapture.h"
 
 namespace tessaro {
 namespace {
 
 using test::Bytes;
-using test::ExpectUnits;
 using test::InitOn;
 using test::LittleEndian32;
 using test::Repeat;
 using test::ScratchDir;
-using test::Units;
+using test::ScannerStream;
+using test::StreamCase;
 
 constexpr const char* kTag = "Tessaro::Impl::StreamParser::Compressed::AV1";
-constexpr uint32_t kSync = 2;
-using Slices = std::unordered_map<uint32_t, std::pair<uint64_t, uint64_t>>;
 
 std::string Leb(uint32_t v) {
     std::string s;
     do {
-        int byte = v & 0x7F;
+        s.push_back(static_cast<char>((v & 0x7F) | (v > 0x7F ? 0x80 : 0)));
         v >>= 7;
-        if (v != 0) byte |= 0x80;
-        s.push_back(static_cast<char>(byte));
     } while (v != 0);
     return s;
 }
@@ -44,6 +41,15 @@ const std::string kFh = Obu(3, Repeat(0x33, 3));     // 5 bytes
 const std::string kTg1 = Obu(4, Repeat(0x41, 6));    // 8 bytes
 const std::string kTg2 = Obu(4, Repeat(0x42, 10));   // 12 bytes
 const std::string kFrame = Obu(6, Repeat(0x66, 7));  // 9 bytes
+const std::string kIvfHeader = std::string("DKIF") + Repeat(0, 28);
+
+// Annex-B: temporal_unit(size) { frame_unit(size) { obu_length, OBU without size field } }.
+std::string AnnexBUnit(const std::vector<std::string>& obus) {
+    std::string frameUnit;
+    for (const auto& obu : obus) frameUnit += Leb(static_cast<uint32_t>(obu.size())) + obu;
+    const std::string temporal = Leb(static_cast<uint32_t>(frameUnit.size())) + frameUnit;
+    return Leb(static_cast<uint32_t>(temporal.size())) + temporal;
+}
 
 // Every LEB128 case decoded from memory and read from a file gives the same
 // status, value and length: the decoding is written once.
@@ -152,14 +158,6 @@ TEST(AV1StreamParser, ObuHeader) {
     EXPECT_TRUE(logs.Contains(6, kTag, "Error. Failed to Read from File"));
 }
 
-// Annex-B: temporal_unit(size) { frame_unit(size) { obu_length, OBU without size field } }.
-std::string AnnexBUnit(const std::vector<std::string>& obus) {
-    std::string frameUnit;
-    for (const auto& obu : obus) frameUnit += Leb(static_cast<uint32_t>(obu.size())) + obu;
-    const std::string temporal = Leb(static_cast<uint32_t>(frameUnit.size())) + frameUnit;
-    return Leb(static_cast<uint32_t>(temporal.size())) + temporal;
-}
-
 TEST(AV1StreamParser, DetectsIvfObuAndAnnexB) {
     struct Case {
         const char* name;
@@ -185,117 +183,67 @@ TEST(AV1StreamParser, DetectsIvfObuAndAnnexB) {
             4, kTag, c.fileType == 1 ? "Input File has IVF Header" : "Input File has OBU Header"));
     }
 
-    const std::string neither[] = {
-        Obu(6, Repeat(0x66, 3), false),  // first OBU without a size field
-        kFrame,                          // first OBU neither a delimiter nor a sequence header
-        Bytes({0x92, 0x00}),             // forbidden bit
-        "RIFF0000WEBPVP8 ",
-        // Shorter than the IVF signature: the failed signature read leaves the
-        // stream failed, so the OBU probes that follow read nothing.
-        kTd,
-    };
-    for (const std::string& bytes : neither) {
-        SCOPED_TRACE(testing::PrintToString(bytes));
-        test::ExpectInitFails("av1", "a.obu", bytes, TS_ERROR, {{kTag, "Error. Unsupported AV1 File Type"}});
-    }
 }
 
-TEST(AV1StreamParser, TemporalUnitsAndTileGroupSlices) {
-    ScratchDir dir;
-    // TU1 @0: TD SEQ FH TG1 TG2 (33 bytes); TU2 @33: TD FRAME unknown(9) (13);
-    // TU3 @46: TD FH TG1 (15), to the end of the file at 61.
-    const std::string unknown = Obu(9, "");
-    const std::string file = dir.Write(
-        "a.obu", kTd + kSeq + kFh + kTg1 + kTg2 + kTd + kFrame + unknown + kTd + kFh + kTg1);
-    AV1StreamParser parser;
-    test::LogCapture logs;
-    ASSERT_EQ(InitOn(parser, file), TS_OK);
-    ASSERT_EQ(parser.frameOffsetTable().size(), 3u);
-    ExpectUnits(parser, 1, {{0, 33, kSync, 0}});
-    ExpectUnits(parser, 2, {{33, 13, kSync, 0}});
-    ExpectUnits(parser, 3, {{46, 15, kSync, 1}});
-    // The first slice covers everything from the unit's start through the first tile group.
-    EXPECT_EQ(Units(parser, 1)[0].mSliceOffsetTable, (Slices{{1, {0, 21}}, {2, {21, 12}}}));
-    // No tile group: the whole unit is the one slice.
-    EXPECT_EQ(Units(parser, 2)[0].mSliceOffsetTable, (Slices{{1, {33, 13}}}));
-    EXPECT_EQ(Units(parser, 3)[0].mSliceOffsetTable, (Slices{{1, {46, 15}}}));
-    EXPECT_TRUE(logs.Has(6, kTag, "Unknown Obu Type: 9"));
-    EXPECT_TRUE(logs.HasAll(4, kTag, {"Slice[2]: Offset[21] Size[12]", "Total TU size: 33"}));
-    EXPECT_TRUE(logs.Has(5, kTag, "ReadTemporalUnitSize"));
+StreamCase Case(const char* name, std::string bytes, std::string table, std::vector<test::Log> logs = {},
+                bool sliceMode = false, const char* file = "a.obu") {
+    return {name, "av1", file, std::move(bytes), std::move(table), std::move(logs), 0, sliceMode};
 }
+const test::Log kUnsupported = {6, "Error. Unsupported AV1 File Type"};
+const test::Log kScanFailed = {6, "ret != TS_OK : Line# 210"};
+const test::Log kHeaderFailed = {6, "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK : Line# 374"};
+const std::string kAnnexB1 = AnnexBUnit({Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false), Obu(6, Repeat(0x66, 200), false)});
+const std::string kAnnexB2 = AnnexBUnit({Obu(2, "", false), Obu(6, Repeat(0x67, 9), false)});
+const std::string kIvfFrame = LittleEndian32(11) + Repeat(0, 8) + kTd + kFrame;  // frame data at 44
+// The next frame header's first byte (size 0x8B) reads as an OBU header with the forbidden bit.
+const std::string kIvfTwoFrames = kIvfHeader + kIvfFrame + LittleEndian32(0x8B) + Repeat(0, 8) + kTd + Obu(6, Repeat(0x66, 0x8B - 5));
 
-TEST(AV1StreamParser, AnnexBEntriesCoverTheSizeField) {
-    ScratchDir dir;
-    const std::string tu1 = AnnexBUnit(
-        {Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false), Obu(6, Repeat(0x66, 200), false)});
-    const std::string tu2 = AnnexBUnit({Obu(2, "", false), Obu(6, Repeat(0x67, 9), false)});
-    AV1StreamParser parser;
-    test::LogCapture logs;
-    ASSERT_EQ(InitOn(parser, dir.Write("a.obu", tu1 + tu2), 0, true), TS_OK);
-    // The first byte of tu1 is its two-byte size field (bit 0 set); of tu2 a
-    // one-byte size (bit 0 clear): the key-frame bit test applies to them.
-    ExpectUnits(parser, 1, {{0, tu1.size(), 4, 0}});
-    ExpectUnits(parser, 2, {{tu1.size(), tu2.size(), kSync, 1}});
-    EXPECT_TRUE(Units(parser, 1)[0].mSliceOffsetTable.empty());
-    EXPECT_TRUE(logs.Contains(4, kTag, "AV1 : Annex-B bitstream format. SliceList Size 0"));
-}
-
-TEST(AV1StreamParser, BadObuStreams) {
-    const std::string readHeader = "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK : Line# 374";
-    const struct {
-        const char* name;
-        std::string bytes;
-        std::vector<std::string> messages;
-    } cases[] = {
-        {"forbidden bit", kTd + kSeq + Bytes({0x80 | 0x32, 0}),
-         {"Error. Invalid OBU Header", readHeader,
-          "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# 483"}},
-        {"OBU without size field", kTd + kSeq + Obu(6, Repeat(1, 3), false), {"obuHdr.mHasSizeField == false : Line# 385"}},
-        {"eight-byte size that continues", kTd + kSeq + Bytes({0x32}) + Repeat(0x80, 8),
-         {"Error. Failed to Decode LEB for Index[8]", "Error. ReadLeb128 Failed"}},
-        {"size cut by the end of the file", kTd + kSeq + Bytes({0x32, 0x80}),
-         {"Error. Ran out-of-data before completing Read of Value", "Error. ReadLeb128 Failed"}},
-        {"OBU longer than the file", kTd + kSeq + Obu(6, Repeat(1, 10)).substr(0, 5),
-         {"Error. Failed to Read from File", readHeader}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        std::vector<std::pair<std::string, std::string>> reports = {{kTag, "ret != TS_OK : Line# 210"}};
-        for (const auto& message : c.messages) reports.emplace_back(kTag, message);
-        test::ExpectInitFails("av1", "a.obu", c.bytes, TS_ERROR, reports);
-    }
-}
-
-// In slice mode an IVF frame's tile groups are looked for after the frame,
-// where the next frame header (or the end of the file) is.
-TEST(AV1StreamParser, IvfSliceModeLooksAfterTheFrame) {
-    ScratchDir dir;
-    const std::string header = std::string("DKIF") + Repeat(0, 28);
-    const std::string frame = kTd + kFrame;  // 11 bytes
-    {
-        const std::string bytes = header + LittleEndian32(11) + Repeat(0, 8) + frame;
-        AV1StreamParser parser;
-        ASSERT_EQ(InitOn(parser, dir.Write("one.ivf", bytes), 0, true), TS_OK);
-        ExpectUnits(parser, 1, {{44, 11, kSync, 1}});
-        EXPECT_EQ(Units(parser, 1)[0].mSliceOffsetTable, (Slices{{1, {bytes.size(), 0}}}));
-    }
-    {
-        // The next frame header's first byte (size 0x8B) reads as an OBU header
-        // with the forbidden bit.
-        const std::string big = kTd + Obu(6, Repeat(0x66, 0x8B - 5));
-        ASSERT_EQ(big.size(), 0x8Bu);
-        const std::string bytes = header + LittleEndian32(11) + Repeat(0, 8) + frame +
-                                  LittleEndian32(0x8B) + Repeat(0, 8) + big;
-        test::ExpectInitFails("av1", "two.ivf", bytes, TS_ERROR,
-                              {{kTag, "Error. Invalid OBU Header"},
-                               {kTag, "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# 456"}},
-                              true);
-        // Without slice mode the same file indexes.
-        AV1StreamParser whole;
-        EXPECT_EQ(InitOn(whole, dir.Write("two.ivf", bytes)), TS_OK);
-        EXPECT_EQ(whole.frameOffsetTable().size(), 2u);
-    }
-}
+INSTANTIATE_TEST_SUITE_P(
+    AV1, ScannerStream,
+    ::testing::Values(
+        // TU1 @0: TD SEQ FH TG1 TG2; TU2 @33: TD FRAME unknown(9); TU3 @46: TD FH TG1 to the end.
+        // The first slice covers everything from the unit's start through the
+        // first tile group; without a tile group the whole unit is the one slice.
+        Case("TemporalUnitsAndTileGroupSlices", kTd + kSeq + kFh + kTg1 + kTg2 + kTd + kFrame + Obu(9, "") + kTd + kFh + kTg1,
+             "1: S0+33(0+21,21+12) | 2: S33+13(33+13) | 3: S46+15*(46+15)",
+             {{6, "Unknown Obu Type: 9"}, {4, "Slice[2]: Offset[21] Size[12]"}, {4, "Total TU size: 33"},
+              {5, "ReadTemporalUnitSize"}}),
+        // Entries cover the size field. The first byte of the first unit is its
+        // two-byte size field (bit 0 set), of the second a one-byte size (bit 0
+        // clear): the key-frame bit test applies to them.
+        Case("AnnexBEntriesCoverTheSizeField", kAnnexB1 + kAnnexB2,
+             "1: N0+" + std::to_string(kAnnexB1.size()) + " | 2: S" + std::to_string(kAnnexB1.size()) + "+" +
+                 std::to_string(kAnnexB2.size()) + "*",
+             {{4, "AV1 : Annex-B bitstream format. SliceList Size 0"}}, true),
+        // In slice mode an IVF frame's tile groups are looked for after the
+        // frame, where the next frame header (or the end of the file) is.
+        Case("IvfSliceModeLooksAfterTheFrame", kIvfHeader + kIvfFrame, "1: S44+11*(55+0)", {}, true, "one.ivf"),
+        Case("IvfSliceModeReadsTheNextFrameHeader", kIvfTwoFrames, "ERR-1",
+             {{6, "Error. Invalid OBU Header"},
+              {6, "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# 456"}},
+             true, "two.ivf"),
+        Case("IvfWholeFrames", kIvfTwoFrames, "1: S44+11 | 2: S67+139*", {}, false, "two.ivf"),
+        Case("ForbiddenBit", kTd + kSeq + Bytes({0x80 | 0x32, 0}), "ERR-1",
+             {{6, "Error. Invalid OBU Header"}, kHeaderFailed, kScanFailed,
+              {6, "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK : Line# 483"}}),
+        Case("ObuWithoutSizeField", kTd + kSeq + Obu(6, Repeat(1, 3), false), "ERR-1",
+             {{6, "obuHdr.mHasSizeField == false : Line# 385"}, kScanFailed}),
+        Case("EightByteSizeThatContinues", kTd + kSeq + Bytes({0x32}) + Repeat(0x80, 8), "ERR-1",
+             {{6, "Error. Failed to Decode LEB for Index[8]"}, {6, "Error. ReadLeb128 Failed"}, kScanFailed}),
+        Case("SizeCutByTheEndOfTheFile", kTd + kSeq + Bytes({0x32, 0x80}), "ERR-1",
+             {{6, "Error. Ran out-of-data before completing Read of Value"}, {6, "Error. ReadLeb128 Failed"}, kScanFailed}),
+        Case("ObuLongerThanTheFile", kTd + kSeq + Obu(6, Repeat(1, 10)).substr(0, 5), "ERR-1",
+             {{6, "Error. Failed to Read from File"}, kHeaderFailed, kScanFailed}),
+        // Neither IVF nor an OBU stream: the first OBU without a size field,
+        // neither a delimiter nor a sequence header, or with the forbidden bit;
+        // another format; shorter than the IVF signature (the failed signature
+        // read leaves the stream failed, so the OBU probes read nothing).
+        Case("FirstObuWithoutSizeField", Obu(6, Repeat(0x66, 3), false), "ERR-1", {kUnsupported}),
+        Case("FirstObuAFrame", kFrame, "ERR-1", {kUnsupported}),
+        Case("FirstObuForbiddenBit", Bytes({0x92, 0x00}), "ERR-1", {kUnsupported}),
+        Case("Webp", "RIFF0000WEBPVP8 ", "ERR-1", {kUnsupported}),
+        Case("ShorterThanTheSignature", kTd, "ERR-1", {kUnsupported})),
+    test::CaseName);
 
 }  // namespace
 }  // namespace tessaro

@@ -136,12 +136,21 @@ TEST(AVCStreamParser, EndOfFileAndByteLimitAreReported) {
     EXPECT_TRUE(logs.Has(6, kAvcTag, "(uint64_t)mInputFile.tellg() == mFileSize : Line# 200"));
 }
 
-TEST(AVCStreamParser, BadInput) {
-    ExpectInitFails("avc", "", "", TS_ERROR, {{kAvcTag, "mInputFile.is_open() == false : Line# 23"}});
-    ExpectInitFails("avc", "in.264", "", -4, {{kAvcTag, "mFileSize == 0 : Line# 29"}});
-    // No start code anywhere: the scanner appends nothing.
-    ExpectInitFails("avc", "in.264", std::string(4096, '\0'), TS_ERROR,
-                    {{kCoreTag, "framelist.size() == 0 : Line# 74"}, {kAvcTag, "ret != TS_OK : Line# 38"}});
+INSTANTIATE_TEST_SUITE_P(
+    AVC, ScannerStream,
+    ::testing::Values(StreamCase{"Empty", "avc", "in.264", "", "ERR-4", {{6, "mFileSize == 0 : Line# 29"}}},
+                      // No start code anywhere: the scanner appends nothing.
+                      StreamCase{"Zeros", "avc", "in.264", std::string(4096, '\0'), "ERR-1",
+                                 {{6, "framelist.size() == 0 : Line# 74", kCoreTag}, {6, "ret != TS_OK : Line# 38"}}}),
+    CaseName);
+
+TEST(AVCStreamParser, MissingFile) {
+    ScratchDir dir;
+    AVCStreamParser parser;
+    LogCapture logs;
+    EXPECT_EQ(InitOn(parser, dir.File("missing.264")), TS_ERROR);
+    EXPECT_TRUE(logs.Has(6, kAvcTag, "mInputFile.is_open() == false : Line# 23"));
+    EXPECT_EQ(parser.Process(MakeLinearBuffer(64)), -3);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -109,50 +110,67 @@ inline int32_t InitOn(StreamParserCompressed& parser, const std::string& path, u
     return parser.Init();
 }
 
-// Init of a `codec` parser on `bytes` written to a file called `name` (no file
-// at all when `name` is empty) fails with `status` and logs each (tag, message)
-// at priority 6; the parser then refuses buffers as a parser never started.
-inline void ExpectInitFails(const std::string& codec, const std::string& name, const std::string& bytes,
-                            int32_t status, const std::vector<std::pair<std::string, std::string>>& reports,
-                            bool sliceMode = false) {
-    ScratchDir dir;
-    auto parser = MakeParser(codec);
-    LogCapture logs;
-    EXPECT_EQ(InitOn(*parser, name.empty() ? dir.File("missing") : dir.Write(name, bytes), 0, sliceMode), status);
-    for (const auto& [tag, message] : reports) EXPECT_TRUE(logs.Has(6, tag, message));
-    EXPECT_NE(parser->state(), STATE::RUNNING);
-    EXPECT_EQ(parser->Process(nullptr), -2);
-    EXPECT_EQ(parser->Process(MakeLinearBuffer(64)), -3);
-    EXPECT_EQ(parser->GetBufferLength(), static_cast<uint32_t>(-3));
-}
-
 // The units of frame f, or an empty list when the table lacks it.
 inline std::vector<FrameInfo> Units(const StreamParserCompressed& parser, uint32_t f) {
     auto it = parser.frameOffsetTable().find(f);
     return it == parser.frameOffsetTable().end() ? std::vector<FrameInfo>{} : it->second;
 }
 
-struct Unit {
-    uint64_t offset;
-    uint64_t length;
-    uint32_t type;
-    uint32_t last;
+// One unit as "<C|S|N><offset>+<length>", then "*" when it ends the input,
+// "L<n>" for a layer, "#<n>" for a frame number other than its key, and its
+// slices as "(offset+length,...)".
+inline std::string DescribeUnit(const FrameInfo& u, uint32_t key) {
+    std::string out = std::string(1, u.mFrameType == 1 ? 'C' : u.mFrameType == 2 ? 'S' : u.mFrameType == 4 ? 'N' : '?') +
+                      std::to_string(u.mOffset) + "+" + std::to_string(u.mLength);
+    if (u.mIsLastFrame) out += "*";
+    if (u.mLayerId) out += "L" + std::to_string(u.mLayerId);
+    if (u.mFrameNum != key) out += "#" + std::to_string(u.mFrameNum);
+    for (uint32_t n = 1; n <= u.mSliceOffsetTable.size(); ++n) {
+        const auto it = u.mSliceOffsetTable.find(n);
+        out += (n == 1 ? "(" : ",") +
+               (it == u.mSliceOffsetTable.end() ? "?" : std::to_string(it->second.first) + "+" + std::to_string(it->second.second));
+    }
+    return out + (u.mSliceOffsetTable.empty() ? "" : ")");
+}
+
+// The whole frame table as "1: C0+20 S20+10 | 2: N30+10*".
+inline std::string Table(const StreamParserCompressed& parser) {
+    std::map<uint32_t, const std::vector<FrameInfo>*> sorted;
+    for (const auto& [key, units] : parser.frameOffsetTable()) sorted[key] = &units;
+    std::string out;
+    for (const auto& [key, units] : sorted) {
+        out += (out.empty() ? "" : " | ") + std::to_string(key) + ":";
+        for (const auto& unit : *units) out += " " + DescribeUnit(unit, key);
+    }
+    return out;
+}
+
+// A log line a case expects: priority (negated: must not be logged), message,
+// tag (the codec's own when null) and, when not 0, how many times exactly.
+struct Log {
+    int priority;
+    std::string message;
+    const char* tag = nullptr;
+    size_t count = 0;
 };
 
-// Compares the units of frame f with the expected (offset, length, type, last).
-inline void ExpectUnits(const StreamParserCompressed& parser, uint32_t f,
-                        const std::vector<Unit>& expected) {
-    SCOPED_TRACE("frame " + std::to_string(f));
-    const std::vector<FrameInfo> units = Units(parser, f);
-    ASSERT_EQ(units.size(), expected.size());
-    for (size_t i = 0; i < units.size(); ++i) {
-        SCOPED_TRACE("unit " + std::to_string(i));
-        EXPECT_EQ(units[i].mOffset, expected[i].offset);
-        EXPECT_EQ(units[i].mLength, expected[i].length);
-        EXPECT_EQ(units[i].mFrameType, expected[i].type);
-        EXPECT_EQ(units[i].mIsLastFrame, expected[i].last);
-        EXPECT_EQ(units[i].mFrameNum, f);
-    }
-}
+// A file indexed by a codec parser: Init's status and, when it succeeds, the
+// table it builds; when it fails, the parser refuses buffers as one never started.
+struct StreamCase {
+    const char* name;
+    const char* codec;     // "hevc", "vpx", ...
+    const char* fileName;  // the extension matters to the IVF parser
+    std::string bytes;
+    std::string table;     // Table() after Init, or the status as "ERR<n>"
+    std::vector<Log> logs = {};
+    uint32_t frames = 0;
+    bool sliceMode = false;
+};
+
+inline void PrintTo(const StreamCase& c, std::ostream* os) { *os << c.name; }
+
+class ScannerStream : public ::testing::TestWithParam<StreamCase> {};
+
+inline std::string CaseName(const ::testing::TestParamInfo<StreamCase>& info) { return info.param.name; }
 
 }  // namespace tessaro::test

@@ -4,13 +4,43 @@
 // which units and slices it carries.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "compressed/StreamParserCompressed.h"
+#include "support/ClientBuffer.h"
 #include "support/TestPaths.h"
 
 namespace tessaro::test {
+
+// A configuration from words: frames=N, loop=N (mLoopFrames), repeat=N,
+// super=N, delivery=N, skip=1,2, order=3,1, and the flags slices and forever.
+inline ConfigParam Config(const std::string& spec) {
+    ConfigParam c;
+    std::istringstream words(spec);
+    for (std::string word; words >> word;) {
+        const size_t eq = word.find('=');
+        const std::string key = word.substr(0, eq);
+        std::vector<uint32_t> list;
+        std::istringstream items(eq == std::string::npos ? "" : word.substr(eq + 1));
+        for (std::string item; std::getline(items, item, ',');) list.push_back(static_cast<uint32_t>(std::stoul(item)));
+        const uint32_t n = list.empty() ? 0 : list[0];
+        if (key == "frames") c.mFrames = n;
+        else if (key == "loop") c.mLoopFrames = n;
+        else if (key == "repeat") c.mRepeatInterval = n;
+        else if (key == "super") c.mSuperFrame = n;
+        else if (key == "delivery") c.mDeliveryMode = n;
+        else if (key == "skip") c.mSkipSlices = list;
+        else if (key == "order") c.mSliceOrder = list;
+        else if (key == "slices") c.mSliceMode = true;
+        else if (key == "forever") c.mLoopForever = true;
+        else ADD_FAILURE() << "unknown configuration word " << word;
+    }
+    return c;
+}
 
 struct UnitDef {
     uint32_t type;        // FRAME_TYPE_*
@@ -21,7 +51,8 @@ using FrameDef = std::vector<UnitDef>;
 
 class ScriptedParser : public StreamParserCompressed {
 public:
-    ScriptedParser(const ScratchDir& dir, std::vector<FrameDef> frames) : mFrames(std::move(frames)) {
+    ScriptedParser(const ScratchDir& dir, std::vector<FrameDef> frames, const std::string& config = "")
+        : mFrames(std::move(frames)) {
         std::string bytes;
         for (auto& frame : mFrames) {
             mOffsets.emplace_back();
@@ -31,6 +62,8 @@ public:
             }
         }
         mConfigParam.mInputFileName = dir.Write("scripted.bin", bytes);
+        ConfigParam c = test::Config(config);
+        SetConfig(c);
     }
 
     int32_t Init() override {
@@ -91,5 +124,27 @@ public:
     uint32_t mFailAt = 0;   // frame number whose scanner call fails with -7
     uint32_t mEmptyAt = 0;  // frame number whose scanner call appends nothing
 };
+
+// One delivered buffer as "<value:count runs> t<seconds> [EOS] [CC] [end|more] [skipped]";
+// fields the call left alone are not shown (t99 is the untouched timestamp).
+inline std::string Deliver(StreamParserCompressed& parser, uint64_t capacity = 4096) {
+    auto buffer = MakeLinearBuffer(capacity);
+    buffer->mEndOfFrame = 7;
+    buffer->mTimestamp = 99000000;
+    const int32_t status = parser.Process(buffer);
+    if (status != TS_OK) return "ERR" + std::to_string(status);
+    std::ostringstream out;
+    const auto bytes = ReadValid(*buffer);
+    for (size_t i = 0, j = 0; i < bytes.size(); i = j) {
+        while (j < bytes.size() && bytes[j] == bytes[i]) ++j;
+        out << int(bytes[i]) << ":" << (j - i) << " ";
+    }
+    out << "t" << buffer->mTimestamp / 1000000;
+    if (buffer->mFlags & Buffer::FLAG_EOS) out << " EOS";
+    if (buffer->mFlags & Buffer::FLAG_CODEC_CONFIG) out << " CC";
+    if (buffer->mEndOfFrame <= 1) out << (buffer->mEndOfFrame ? " end" : " more");
+    if (buffer->mSliceSkipped) out << " skipped";
+    return out.str();
+}
 
 }  // namespace tessaro::test
