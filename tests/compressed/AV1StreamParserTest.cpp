@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "compressed/ScannerTestSupport.h"
 
 namespace tessaro {
@@ -52,40 +54,36 @@ std::string AnnexBUnit(const std::vector<std::string>& obus) {
 }
 
 // Every LEB128 case decoded from memory and read from a file gives the same
-// status, value and length: the decoding is written once.
+// status, value and length: the decoding is written once. At the end of the
+// file nothing is read and that is no failure.
 TEST(AV1StreamParser, Leb128FromMemoryAndFromFile) {
-    struct Case {
-        const char* name;
+    const struct {
         std::string bytes;
         int32_t status;
-        unsigned long value;
-        unsigned long length;
+        unsigned long value, length;
         const char* fileMessage;  // logged by ReadLeb128 on failure
     } cases[] = {
-        {"zero", Bytes({0x00}), TS_OK, 0, 1, nullptr},
-        {"one byte", Bytes({0x7F}), TS_OK, 127, 1, nullptr},
-        {"two bytes", Bytes({0x80, 0x01}), TS_OK, 128, 2, nullptr},
-        {"largest value", Bytes({0xFF, 0xFF, 0xFF, 0xFF, 0x0F}), TS_OK, 0xFFFFFFFFul, 5, nullptr},
-        {"eight bytes, last ends", Repeat(0x80, 7) + Bytes({0x00}), TS_OK, 0, 8, nullptr},
-        {"value above 32 bits", Bytes({0xFF, 0xFF, 0xFF, 0xFF, 0x1F}), TS_ERROR, 0x1FFFFFFFFul, 5,
-         "Error. Failed to Decode LEB for Index[5]"},
-        {"eighth byte continues", Repeat(0x81, 8) + Bytes({0x00}), TS_ERROR, 0x2040810204081ul, 8,
-         "Error. Failed to Decode LEB for Index[8]"},
-        {"runs out", Bytes({0x80, 0x80}), TS_ERROR, 0, 0,
-         "Error. Ran out-of-data before completing Read of Value"},
+        {Bytes({0x00}), TS_OK, 0, 1, nullptr},
+        {Bytes({0x7F}), TS_OK, 127, 1, nullptr},
+        {Bytes({0x80, 0x01}), TS_OK, 128, 2, nullptr},
+        {Bytes({0xFF, 0xFF, 0xFF, 0xFF, 0x0F}), TS_OK, 0xFFFFFFFFul, 5, nullptr},           // the largest value
+        {Repeat(0x80, 7) + Bytes({0x00}), TS_OK, 0, 8, nullptr},                           // eight bytes, last ends
+        {Bytes({0xFF, 0xFF, 0xFF, 0xFF, 0x1F}), TS_ERROR, 0x1FFFFFFFFul, 5, "Error. Failed to Decode LEB for Index[5]"},
+        {Repeat(0x81, 8) + Bytes({0x00}), TS_ERROR, 0x2040810204081ul, 8, "Error. Failed to Decode LEB for Index[8]"},
+        {Bytes({0x80, 0x80}), TS_ERROR, 0, 0, "Error. Ran out-of-data before completing Read of Value"},
+        {Bytes({0x05}), TS_OK, 5, 1, nullptr},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    ScratchDir dir;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.bytes));
         AV1StreamParser parser;
         unsigned long value = 99, length = 99;
-        const auto* data = reinterpret_cast<const unsigned char*>(c.bytes.data());
-        EXPECT_EQ(parser.ULebDecode(data, c.bytes.size(), &value, &length), c.status);
+        EXPECT_EQ(parser.ULebDecode(reinterpret_cast<const unsigned char*>(c.bytes.data()), c.bytes.size(), &value, &length),
+                  c.status);
         EXPECT_EQ(value, c.value);
         if (c.status == TS_OK) {
             EXPECT_EQ(length, c.length);
         }
-
-        ScratchDir dir;
         test::OpenedParser<AV1StreamParser> file;
         ASSERT_TRUE(file.Open(dir.Write("leb", c.bytes)));
         test::LogCapture logs;
@@ -93,25 +91,15 @@ TEST(AV1StreamParser, Leb128FromMemoryAndFromFile) {
         EXPECT_EQ(file.ReadLeb128(fileLength, fileValue), c.status);
         if (c.fileMessage != nullptr) {
             EXPECT_TRUE(logs.Has(6, kTag, c.fileMessage));
-        } else {
-            EXPECT_EQ(fileValue, c.value);
-            EXPECT_EQ(fileLength, c.length);
-            EXPECT_EQ(file.Position(), c.length);
+            continue;
+        }
+        EXPECT_EQ(std::make_tuple(fileValue, fileLength, file.Position()), std::make_tuple(c.value, c.length, uint64_t{c.length}));
+        if (file.Position() == c.bytes.size()) {
+            EXPECT_EQ(file.ReadLeb128(fileLength, fileValue), TS_OK);
+            EXPECT_EQ(std::make_pair(fileLength, fileValue), std::make_pair(0ul, c.value));
+            EXPECT_TRUE(logs.Has(4, kTag, "Reached End Of File"));
         }
     }
-
-    // At the end of the file nothing is read and that is no failure.
-    test::ScratchDir dir;
-    test::OpenedParser<AV1StreamParser> file;
-    ASSERT_TRUE(file.Open(dir.Write("leb", Bytes({0x05}))));
-    unsigned long length = 0, fileValue = 0;
-    ASSERT_EQ(file.ReadLeb128(length, fileValue), TS_OK);
-    test::LogCapture logs;
-    EXPECT_EQ(file.ReadLeb128(length, fileValue), TS_OK);
-    EXPECT_EQ(length, 0u);
-    EXPECT_EQ(fileValue, 5u);
-    EXPECT_TRUE(logs.Contains(4, kTag, "Reached End Of File"));
-
     AV1StreamParser parser;
     const unsigned char one = 1;
     unsigned long value = 7;
@@ -123,66 +111,51 @@ TEST(AV1StreamParser, Leb128FromMemoryAndFromFile) {
     EXPECT_EQ(value, 1u);
 }
 
+// A sequence header with extension (the extension byte is skipped unread), an
+// unknown type 9, the forbidden bit set, then the end of the file.
 TEST(AV1StreamParser, ObuHeader) {
     ScratchDir dir;
     test::OpenedParser<AV1StreamParser> parser;
-    // Sequence header with extension; unknown type 9; forbidden bit set.
     ASSERT_TRUE(parser.Open(dir.Write("obu", Bytes({0x0E, 0xEE, 0x4A, 0x92}))));
     test::LogCapture logs;
     unsigned long size = 0;
-    AV1StreamParser::ObuHeader header;
-    EXPECT_EQ(header.mTemporalId, -1);
-    EXPECT_EQ(header.mSpatialId, -1);
+    AV1StreamParser::ObuHeader header, unknown, forbidden;
+    EXPECT_EQ(std::make_pair(header.mTemporalId, header.mSpatialId), std::make_pair(-1, -1));
     ASSERT_EQ(parser.ReadObuHeader(size, header), TS_OK);
-    EXPECT_EQ(size, 2u);
-    EXPECT_EQ(parser.Position(), 2u);  // the extension byte is skipped unread
+    EXPECT_EQ(std::make_pair(size, parser.Position()), std::make_pair(2ul, uint64_t{2}));
     EXPECT_EQ(header.mType, 1u);
-    EXPECT_TRUE(header.mHasSizeField);
-    EXPECT_TRUE(header.mExtensionFlag);
+    EXPECT_TRUE(header.mHasSizeField && header.mExtensionFlag);
     EXPECT_EQ(header.mTemporalId, -1);
-    const std::vector<std::string> block = {
-        "ReadObuHeader",      "-- OBU header Info Start --", "obu_type : 1 (OBU_SEQUENCE_HEADER)",
-        "has_size_field : 1", "obu_extension_flag : 1",      "-- OBU header Info End --"};
-    EXPECT_EQ(logs.Messages(kTag), block);
-
-    AV1StreamParser::ObuHeader unknown;
+    EXPECT_EQ(logs.Messages(kTag),
+              (std::vector<std::string>{"ReadObuHeader", "-- OBU header Info Start --", "obu_type : 1 (OBU_SEQUENCE_HEADER)",
+                                        "has_size_field : 1", "obu_extension_flag : 1", "-- OBU header Info End --"}));
     EXPECT_EQ(parser.ReadObuHeader(size, unknown), TS_OK);
     EXPECT_EQ(unknown.mType, 0u);
-    EXPECT_TRUE(logs.Has(6, kTag, "Unknown Obu Type: 9"));
     EXPECT_TRUE(logs.Has(4, kTag, "obu_type : 0 ()"));
-
-    AV1StreamParser::ObuHeader forbidden;
     EXPECT_EQ(parser.ReadObuHeader(size, forbidden), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kTag, "Error. Invalid OBU Header"));
     EXPECT_EQ(parser.ReadObuHeader(size, forbidden), TS_ERROR);
-    EXPECT_TRUE(logs.Contains(6, kTag, "Error. Failed to Read from File"));
+    EXPECT_TRUE(logs.HasAll(6, kTag, {"Unknown Obu Type: 9", "Error. Invalid OBU Header", "Error. Failed to Read from File"}));
 }
 
 TEST(AV1StreamParser, DetectsIvfObuAndAnnexB) {
-    struct Case {
-        const char* name;
+    const struct {
         std::string bytes;
         uint32_t fileType;
         bool annexB;
     } cases[] = {
-        {"IVF", std::string("DKIF") + Repeat(0, 28) + LittleEndian32(2) + Repeat(0, 8) + kTd, 1,
-         false},
-        {"OBU stream", kTd + kSeq + kFrame, 2, false},
-        {"OBU stream starting with a sequence header", kSeq + kFrame, 2, false},
-        {"Annex-B", AnnexBUnit({Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false)}), 2, true},
+        {kIvfHeader + LittleEndian32(2) + Repeat(0, 8) + kTd, 1, false},
+        {kTd + kSeq + kFrame, 2, false},
+        {kSeq + kFrame, 2, false},  // an OBU stream may start with a sequence header
+        {AnnexBUnit({Obu(2, "", false), Obu(1, Repeat(0x0A, 4), false)}), 2, true},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        ScratchDir dir;
+    ScratchDir dir;
+    for (const auto& c : cases) {
         AV1StreamParser parser;
         test::LogCapture logs;
         ASSERT_EQ(InitOn(parser, dir.Write("a.obu", c.bytes)), TS_OK) << logs.Dump();
-        EXPECT_EQ(parser.fileType(), c.fileType);
-        EXPECT_EQ(parser.isAnnexB(), c.annexB);
-        EXPECT_TRUE(logs.Contains(
-            4, kTag, c.fileType == 1 ? "Input File has IVF Header" : "Input File has OBU Header"));
+        EXPECT_EQ(std::make_pair(parser.fileType(), parser.isAnnexB()), std::make_pair(c.fileType, c.annexB));
+        EXPECT_TRUE(logs.Has(4, kTag, c.fileType == 1 ? "Input File has IVF Header" : "Input File has OBU Header"));
     }
-
 }
 
 StreamCase Case(const char* name, std::string bytes, std::string table, std::vector<test::Log> logs = {},

@@ -26,40 +26,17 @@ public:
     ~ShortcutsGuard() { ByteSource::SetShortcuts(true); }
 };
 
-std::string Describe(const StreamParserCompressed& parser) {
-    std::ostringstream out;
-    std::map<uint32_t, const std::vector<StreamParserCompressed::FrameInfo>*> sorted;
-    for (const auto& entry : parser.frameOffsetTable()) sorted[entry.first] = &entry.second;
-    for (const auto& [frame, units] : sorted) {
-        out << "F" << frame << ":";
-        for (const auto& unit : *units) {
-            out << " [" << unit.mOffset << "+" << unit.mLength << " n" << unit.mFrameNum << " l"
-                << unit.mIsLastFrame << " y" << unit.mLayerId << " t" << unit.mFrameType;
-            std::map<uint32_t, std::pair<uint64_t, uint64_t>> slices(
-                unit.mSliceOffsetTable.begin(), unit.mSliceOffsetTable.end());
-            for (const auto& [n, range] : slices) {
-                out << " s" << n << "=" << range.first << "+" << range.second;
-            }
-            out << "]";
-        }
-        out << "\n";
-    }
-    return out.str();
-}
-
 struct Variant {
     uint32_t frames;
     bool sliceMode;
-};
-
-constexpr Variant kVariants[] = {{0, false}, {0, true}, {7, false}, {40, true}};
+} constexpr kVariants[] = {{0, false}, {0, true}, {7, false}, {40, true}};
 
 // Everything observable about indexing the file at `path` with a `codec` parser under one variant.
 std::string IndexRun(const std::string& codec, const std::string& path, const Variant& variant) {
     LogCapture logs;
     auto parser = MakeParser(codec);
     const int32_t status = InitOn(*parser, path, variant.frames, variant.sliceMode);
-    return "status " + std::to_string(status) + "\n" + Describe(*parser) + logs.Dump();
+    return "status " + std::to_string(status) + "\n" + Table(*parser) + logs.Dump();
 }
 
 // Repeated scanner calls with a small scratch size, so that "Buffer is Full."
@@ -100,12 +77,8 @@ std::vector<Comparison> Comparisons() {
     for (uint32_t limit : {9u, 40u, 333u}) {
         for (bool slices : {false, true}) {
             const std::string tail = "/limit" + std::to_string(limit) + (slices ? "/slices" : "");
-            all.push_back({"avc" + tail, [limit, slices](const std::string& p) {
-                               return LimitedScanRun<AVCStreamParser>(p, limit, slices);
-                           }});
-            all.push_back({"hevc" + tail, [limit, slices](const std::string& p) {
-                               return LimitedScanRun<HEVCStreamParser>(p, limit, slices);
-                           }});
+            all.push_back({"avc" + tail, [=](const std::string& p) { return LimitedScanRun<AVCStreamParser>(p, limit, slices); }});
+            all.push_back({"hevc" + tail, [=](const std::string& p) { return LimitedScanRun<HEVCStreamParser>(p, limit, slices); }});
         }
     }
     return all;
