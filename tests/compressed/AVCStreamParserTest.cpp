@@ -150,7 +150,9 @@ TEST(AVCStreamParser, MissingFile) {
     LogCapture logs;
     EXPECT_EQ(InitOn(parser, dir.File("missing.264")), TS_ERROR);
     EXPECT_TRUE(logs.Has(6, kAvcTag, "mInputFile.is_open() == false : Line# 23"));
+    EXPECT_EQ(parser.Process(nullptr), -2);
     EXPECT_EQ(parser.Process(MakeLinearBuffer(64)), -3);
+    EXPECT_EQ(parser.GetBufferLength(), static_cast<uint32_t>(-3));
 }
 
 }  // namespace

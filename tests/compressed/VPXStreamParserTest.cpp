@@ -36,8 +36,9 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         // ".ivf" and any other extension but ".ivfnh" expect the file header.
         Case("Ivf", "a.ivf", kFileHeader + kFrames, "1: S44+5 | 2: N61+3 | 3: S76+4*", {{4, "Saw EOS after reading Last Frame"}}),
-        Case("IvfWithoutFileHeader", "a.ivfnh", kFrames, "1: S12+5 | 2: N29+3 | 3: S44+4*"),
-        Case("OtherExtension", "a.other", kFileHeader + kFrames, "1: S44+5 | 2: N61+3 | 3: S76+4*"),
+        Case("IvfWithoutFileHeader", "a.ivfnh", kFrames, "1: S12+5 | 2: N29+3 | 3: S44+4*", {{4, "Saw EOS after reading Last Frame"}}),
+        Case("OtherExtension", "a.other", kFileHeader + kFrames, "1: S44+5 | 2: N61+3 | 3: S76+4*",
+             {{4, "Saw EOS after reading Last Frame"}}),
         Case("MoreFramesThanTheFileRestartsAfterTheFileHeader", "a.ivf", kFileHeader + kFrames,
              "1: S44+5 | 2: N61+3 | 3: S76+4 | 4: S44+5 | 5: N61+3",
              {{4, "Frames To Parse > Frames in Inputfile. Restarting from begin.."}}, 5),

@@ -178,8 +178,9 @@ TEST(Tool, SeekIsIssuedAfterTheGivenBuffer) {
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.err.find("tessaro: seek to frame 6 (sync) reached frame 9"), std::string::npos) << r.err;
     std::vector<uint64_t> stamps;
-    for (const auto& line : ParseMd5Lines(r.out)) stamps.push_back(line.timestamp / 1000000);
-    EXPECT_EQ(stamps, (std::vector<uint64_t>{1, 2, 9, 10, 11, 12}));  // two buffers, then the nearest sync frame on
+    for (const auto& line : ParseMd5Lines(r.out)) stamps.push_back(line.timestamp);
+    // Two buffers, then the nearest sync frame on.
+    EXPECT_EQ(stamps, (std::vector<uint64_t>{1000000, 2000000, 9000000, 10000000, 11000000, 12000000}));
 
     const Result exact = Tool("run Parse/AVC -i " + sample + " --seek 6 --seek-mode exact --md5 --no-progress");
     ASSERT_EQ(exact.status, 0) << exact.err;
