@@ -18,9 +18,9 @@ namespace tessaro::test {
 
 // A configuration from words: frames=N, loop=N (mLoopFrames), repeat=N,
 // super=N, delivery=N, skip=1,2, order=3,1, and the flags slices and forever.
-inline ConfigParam Config(const std::string& spec) {
+inline ConfigParam Config(const std::string& text) {
     ConfigParam c;
-    std::istringstream words(spec);
+    std::istringstream words(text);
     for (std::string word; words >> word;) {
         const size_t eq = word.find('=');
         const std::string key = word.substr(0, eq);
