@@ -95,6 +95,7 @@ def driver_fields(stdout):
 
 
 print(f"# {rounds} interleaved rounds, page cache warm, medians of wall time per process\n")
+summary = []  # (group, target, measured ratio, verdict)
 for title, commands, checks in groups:
     # warm the page cache and drop the first run
     for cmd in commands.values():
@@ -133,8 +134,17 @@ for title, commands, checks in groups:
             verdict = "met" if ratio >= target else "NOT met"
             if ref == "cat":
                 print(f"  tessaro / cat = {ours / base:.2f}x (target within 4x: {verdict})")
+                summary.append((title, "within 4x of cat", f"{ours / base:.2f}x of cat", verdict))
             else:
                 print(f"  {what} / tessaro = {ratio:.2f}x (target {target}x: {verdict})")
+                summary.append((title, f">= {target}x {what}", f"{ratio:.2f}x", verdict))
+    print()
+if summary:
+    print("## Targets\n")
+    print("| stream | target | measured | |")
+    print("|---|---|---|---|")
+    for row in summary:
+        print("| " + " | ".join(row) + " |")
     print()
 big = path("h264_4g.264")
 if os.path.exists(big):
