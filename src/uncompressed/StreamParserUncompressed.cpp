@@ -28,10 +28,6 @@ int32_t StreamParserUncompressed::Init() {
     // A second Init without DeInit starts over on the file named now.
     if (mInputFile.is_open()) mInputFile.close();
     mInputFile.clear();
-    // Pictures are read a row at a time; a large stream buffer turns those rows
-    // into a few large reads of the file.
-    if (!mReadBuffer) mReadBuffer.reset(new char[kReadBufferBytes]);
-    mInputFile.rdbuf()->pubsetbuf(mReadBuffer.get(), kReadBufferBytes);
     mInputFile.open(mConfigParam.mInputFileName, std::ios::in | std::ios::binary);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
     // A second descriptor of the same file serves the gathered picture reads.

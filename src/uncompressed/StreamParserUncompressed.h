@@ -90,8 +90,6 @@ protected:
     uint32_t mBufferSize = 0;      // bytes of one picture in the client's buffer
     uint32_t mFileBufferSize = 0;  // bytes of one picture in the file
     uint32_t mFrameCount = 0;      // Process calls past the preconditions
-    static constexpr std::streamsize kReadBufferBytes = 1 << 20;
-    std::unique_ptr<char[]> mReadBuffer;  // mInputFile's stream buffer; outlives it
     std::ifstream mInputFile;
     UniqueFd mInputFd;                    // the same file, for gathered picture reads
     int32_t mReadDirection = kForward;
