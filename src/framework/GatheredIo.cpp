@@ -1,7 +1,9 @@
 #include "framework/GatheredIo.h"
 
-#include <climits>
+#include <unistd.h>
+
 #include <cerrno>
+#include <climits>
 
 namespace tessaro {
 
@@ -39,7 +41,13 @@ uint64_t TransferAll(std::vector<iovec>& pieces, Transfer transfer) {
 
 uint64_t ReadGathered(int fd, std::vector<iovec>& pieces, uint64_t offset) {
     return TransferAll(pieces, [fd, offset](const iovec* first, int count, uint64_t done) {
+#if defined(__ANDROID__) && __ANDROID_API__ < 24
+        // Platforms before API 24 have no preadv: one piece a call.
+        (void)count;
+        return pread(fd, first->iov_base, first->iov_len, static_cast<off_t>(offset + done));
+#else
         return preadv(fd, first, count, static_cast<off_t>(offset + done));
+#endif
     });
 }
 
