@@ -19,6 +19,9 @@ if(TARGET mediandk)
   install(TARGETS mediandk EXPORT tessaroTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/media)
+  # Beside libmediandk.so, which loads it from there; not part of the exported
+  # targets, as no client links it.
+  install(TARGETS mediandk_avformat LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
 install(EXPORT tessaroTargets NAMESPACE tessaro:: DESTINATION ${TESSARO_CMAKE_DIR})

@@ -42,5 +42,7 @@ endif()
 set(TESSARO_HAVE_MEDIANDK OFF)
 if(TESSARO_WITH_CONTAINER AND TARGET mediandk)
   target_link_libraries(tessaro_platform INTERFACE $<BUILD_INTERFACE:mediandk>)
+  # Not linked but loaded at run time: whatever links the platform needs it built.
+  add_dependencies(tessaro_platform mediandk_avformat)
   set(TESSARO_HAVE_MEDIANDK ON)
 endif()

@@ -29,11 +29,6 @@ StreamParserContainer::Header::Header(const void* data, uint64_t size) {
 
 StreamParserContainer::Header::~Header() { free(mData); }
 
-void StreamParserContainer::FileDescriptor::reset(int fd) {
-    if (mFd >= 0) close(mFd);
-    mFd = fd;
-}
-
 // Headers go first (they free their blobs), then the format and extractor;
 // the input descriptor and stream, still open if DeInit never ran, close last.
 StreamParserContainer::~StreamParserContainer() {

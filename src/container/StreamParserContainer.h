@@ -19,6 +19,7 @@
 #include <media/NdkMediaFormat.h>
 
 #include "framework/TessaroImpl.h"
+#include "framework/UniqueFd.h"
 
 namespace tessaro {
 
@@ -85,19 +86,6 @@ public:
 
 private:
     // An owned descriptor: closed when replaced or destroyed, never twice.
-    class FileDescriptor {
-    public:
-        FileDescriptor() = default;
-        ~FileDescriptor() { reset(); }
-        FileDescriptor(const FileDescriptor&) = delete;
-        FileDescriptor& operator=(const FileDescriptor&) = delete;
-        int get() const { return mFd; }
-        void reset(int fd = -1);
-
-    private:
-        int mFd = -1;
-    };
-
     struct FileCloser {
         void operator()(FILE* file) const { fclose(file); }
     };
@@ -112,7 +100,7 @@ private:
 
     bool mSawEOS = false;      // the extractor ran out or the last sample went out
     bool mSawInputEOS = false; // cleared with mSawEOS, otherwise unused
-    FileDescriptor mFD;        // the input file as handed to the extractor
+    UniqueFd mFD;              // the input file as handed to the extractor
     int mTrackIndex = -1;      // the selected track
     int mTrackCount = -1;      // tracks in the file
     uint32_t mFrameCount = 1;  // one more than the samples delivered

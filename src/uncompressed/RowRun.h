@@ -2,8 +2,11 @@
 // fill them and the raw writer drains them.
 #pragma once
 
+#include <sys/uio.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace tessaro {
 
@@ -32,6 +35,16 @@ inline uint64_t RowRunsEnd(const RowRun* runs, size_t count) {
         if (runs[i].End() > end) end = runs[i].End();
     }
     return end;
+}
+
+// Appends one piece for each of `count` rows of run from row `first` on, for
+// a picture starting at base.
+inline void AppendRowPieces(const uint8_t* base, const RowRun& run, uint64_t first, uint64_t count,
+                            std::vector<iovec>& pieces) {
+    for (uint64_t row = first; row < first + count; ++row) {
+        pieces.push_back(iovec{const_cast<uint8_t*>(base + run.offset + row * run.pitch),
+                               static_cast<size_t>(run.rowBytes)});
+    }
 }
 
 }  // namespace tessaro

@@ -1,6 +1,10 @@
 #include "uncompressed/StreamParserUncompressed.h"
 
+#include <fcntl.h>
+
 #include <cmath>
+
+#include "framework/GatheredIo.h"
 
 namespace tessaro {
 
@@ -24,12 +28,10 @@ int32_t StreamParserUncompressed::Init() {
     // A second Init without DeInit starts over on the file named now.
     if (mInputFile.is_open()) mInputFile.close();
     mInputFile.clear();
-    // Pictures are read a row at a time; a large stream buffer turns those rows
-    // into a few large reads of the file.
-    if (!mReadBuffer) mReadBuffer.reset(new char[kReadBufferBytes]);
-    mInputFile.rdbuf()->pubsetbuf(mReadBuffer.get(), kReadBufferBytes);
     mInputFile.open(mConfigParam.mInputFileName, std::ios::in | std::ios::binary);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
+    // A second descriptor of the same file serves the gathered picture reads.
+    mInputFd.reset(open(mConfigParam.mInputFileName.c_str(), O_RDONLY | O_CLOEXEC));
     mInputFile.seekg(0, std::ios::end);
     const std::streamoff end = mInputFile.tellg();
     mFileSize = end > 0 ? static_cast<uint64_t>(end) : 0;
@@ -101,6 +103,7 @@ int32_t StreamParserUncompressed::DeInit() {
     mTimestampDelta = 33333.0f;
     mReadDirection = kForward;
     if (mInputFile.is_open()) mInputFile.close();  // a failed close sets the fail bit itself
+    mInputFd.reset();
     return TS_OK;
 }
 
@@ -148,6 +151,7 @@ int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>&
 
     for (uint64_t i = 0; i < pictures; ++i) {
         uint8_t* const base = vaddr + i * pictureDistance;
+        if (ReadPictureGathered(base, runs, runCount)) continue;
         for (size_t r = 0; r < runCount; ++r) {
             const RowRun& run = runs[r];
             if (run.End() == 0) continue;
@@ -163,6 +167,32 @@ int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>&
         }
     }
     return TS_OK;
+}
+
+// A picture wholly inside the file is read in one gathered read at the
+// stream's position, and the stream moves past it as the row reads would have.
+// Anything else (a stream that already failed, rows reaching past the end of
+// the file) is left to the row reads, which fail exactly as they always did.
+bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const RowRun* runs,
+                                                   size_t runCount) {
+    if (mInputFd.get() < 0 || !mInputFile.good()) return false;
+    uint64_t rows = 0;
+    for (size_t r = 0; r < runCount; ++r) rows += runs[r].rows;
+    if (rows > kMaxGatheredRows) return false;
+    mRowPieces.clear();
+    for (size_t r = 0; r < runCount; ++r) {
+        if (runs[r].End() != 0) AppendRowPieces(base, runs[r], 0, runs[r].rows, mRowPieces);
+    }
+    uint64_t bytes = 0;
+    for (const iovec& piece : mRowPieces) bytes += piece.iov_len;
+    const std::streamoff pos = mInputFile.tellg();
+    if (bytes == 0 || pos < 0 || static_cast<uint64_t>(pos) > mFileSize ||
+        bytes > mFileSize - static_cast<uint64_t>(pos)) {
+        return false;
+    }
+    if (ReadGathered(mInputFd.get(), mRowPieces, static_cast<uint64_t>(pos)) != bytes) return false;
+    mInputFile.seekg(pos + static_cast<std::streamoff>(bytes));
+    return !mInputFile.fail();
 }
 
 void StreamParserUncompressed::DeliverEmptyEos(const char* tag, Buffer& buffer,

@@ -9,8 +9,10 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
+#include <vector>
 
 #include "framework/TessaroImpl.h"
+#include "framework/UniqueFd.h"
 #include "uncompressed/RowRun.h"
 
 namespace tessaro {
@@ -88,15 +90,19 @@ protected:
     uint32_t mBufferSize = 0;      // bytes of one picture in the client's buffer
     uint32_t mFileBufferSize = 0;  // bytes of one picture in the file
     uint32_t mFrameCount = 0;      // Process calls past the preconditions
-    static constexpr std::streamsize kReadBufferBytes = 1 << 20;
-    std::unique_ptr<char[]> mReadBuffer;  // mInputFile's stream buffer; outlives it
     std::ifstream mInputFile;
+    UniqueFd mInputFd;                    // the same file, for gathered picture reads
     int32_t mReadDirection = kForward;
 
 private:
+    static constexpr uint64_t kMaxGatheredRows = 1 << 16;
+
+    bool ReadPictureGathered(uint8_t* base, const RowRun* runs, size_t runCount);
     uint64_t CurrentPosition();
     bool HasNextForward(uint64_t pos, uint64_t step);
     bool IsLastBuffer(uint64_t step);
+
+    std::vector<iovec> mRowPieces;  // the rows of one picture, for the gathered read
 };
 
 }  // namespace tessaro

@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <vector>
+
+#include <sys/uio.h>
 
 #include "framework/TessaroImpl.h"
 
@@ -44,9 +47,10 @@ private:
         void operator()(FILE* file) const { std::fclose(file); }
     };
 
-    static constexpr size_t kWriteBufferBytes = 1 << 20;
-    std::unique_ptr<char[]> mWriteBuffer;  // mOutputFile's stream buffer; outlives it
+    static constexpr uint64_t kRowsPerWrite = 1024;
+
     std::unique_ptr<FILE, FileCloser> mOutputFile;
+    std::vector<iovec> mRowPieces;  // the rows of one run, for the gathered write
 };
 
 }  // namespace tessaro

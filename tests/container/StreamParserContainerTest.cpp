@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <random>
 #include <sstream>
 #include <string>
@@ -345,6 +346,39 @@ INSTANTIATE_TEST_SUITE_P(Samples, ContainerEndToEnd,
                          ::testing::Values(EndToEndCase{"aac_avc.mp4", "AVC", 1, "h264"}, EndToEndCase{"hevc.mp4", "HEVC", 0, "hevc"},
                                            EndToEndCase{"vp9.webm", "VP9", 0, nullptr}, EndToEndCase{"av1.mp4", "AV1", 0, nullptr}),
                          [](const auto& param) { return std::string(param.param.codec); });
+
+// ---- Without the extractor's backend ------------------------------------------
+
+// Run by ctest as container.without_backend, with a copy of libmediandk.so
+// alone in its directory first on the library path: no extractor can be
+// made, so Init fails with the data source message, leaves the state and
+// leaks nothing, and FFmpeg is never loaded. AMediaFormat still works.
+TEST(ContainerWithoutBackend, InitFailsWithoutLoadingFfmpeg) {
+    if (std::getenv("TESSARO_TEST_WITHOUT_BACKEND") == nullptr) {
+        GTEST_SKIP() << "needs libmediandk.so without its backend (ctest container.without_backend)";
+    }
+    const int before = test::OpenDescriptorCount();
+    for (int round = 0; round < 2; ++round) {  // the second attempt does not retry the load
+        SCOPED_TRACE("round " + std::to_string(round));
+        LogCapture logs;
+        StreamParserContainer parser;
+        Configure(parser, "AVC", Sample("aac_avc.mp4"));
+        EXPECT_EQ(parser.Init(), TS_ERROR);
+        EXPECT_EQ(parser.state(), STATE::CONFIGURED);
+        EXPECT_TRUE(logs.Has(6, kTag, "Failed to set the data source for extractor"));
+    }
+    EXPECT_EQ(test::OpenDescriptorCount(), before);
+    EXPECT_EQ(AMediaExtractor_new(), nullptr);
+    EXPECT_FALSE(test::SharedObjectLoaded("libavformat.so"));
+
+    AMediaFormat* format = AMediaFormat_new();
+    ASSERT_NE(format, nullptr);
+    AMediaFormat_setString(format, AMEDIAFORMAT_KEY_MIME, "video/avc");
+    const char* mime = nullptr;
+    EXPECT_TRUE(AMediaFormat_getString(format, AMEDIAFORMAT_KEY_MIME, &mime));
+    EXPECT_STREQ(mime, "video/avc");
+    EXPECT_EQ(AMediaFormat_delete(format), AMEDIA_OK);
+}
 
 }  // namespace
 }  // namespace tessaro

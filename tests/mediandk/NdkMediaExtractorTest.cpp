@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/Probe.h"
@@ -277,6 +279,46 @@ TEST_F(ExtractorTest, UnreadableAndCutInput) {
     EXPECT_GT(samples.size(), 0u);
     EXPECT_LT(samples.size(), full.size());
     for (size_t i = 0; i < samples.size(); ++i) EXPECT_EQ(samples[i].data.size(), full[i].size);
+}
+
+// ---- Loading ----------------------------------------------------------------
+
+// Whether FFmpeg was mapped when the test program started, before any test
+// made an extractor (shared objects the program links are loaded by then).
+const bool kFfmpegAtStartUp = SharedObjectLoaded("libavformat.so");
+
+// libmediandk.so brings no FFmpeg with it; the first extractor does. Clients
+// may make their first extractors from several threads at once: each one gets
+// a working extractor and the same samples.
+TEST(ExtractorLoading, FfmpegComesWithTheFirstExtractorsFromAnyThread) {
+    EXPECT_FALSE(kFfmpegAtStartUp);
+    const std::string path = DataPath("container/aac_avc.mp4");
+    constexpr int kThreads = 4;
+    std::vector<std::vector<Sample>> samples(kThreads);
+    std::atomic<int> ready{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            ready.fetch_add(1);
+            while (ready.load() < kThreads) std::this_thread::yield();
+            media_status_t status = AMEDIA_ERROR_UNKNOWN;
+            ExtractorPtr extractor = OpenExtractor(path, &status);
+            if (extractor == nullptr || status != AMEDIA_OK) return;
+            AMediaExtractor_selectTrack(extractor.get(), 1);
+            samples[t] = ReadAllSamples(extractor.get());
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_TRUE(SharedObjectLoaded("libavformat.so"));
+    ASSERT_FALSE(samples[0].empty());
+    for (int t = 1; t < kThreads; ++t) {
+        SCOPED_TRACE("thread " + std::to_string(t));
+        ASSERT_EQ(samples[t].size(), samples[0].size());
+        for (size_t i = 0; i < samples[0].size(); ++i) {
+            EXPECT_EQ(samples[t][i].timeUs, samples[0][i].timeUs);
+            EXPECT_EQ(samples[t][i].data, samples[0][i].data);
+        }
+    }
 }
 
 }  // namespace

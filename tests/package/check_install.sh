@@ -40,4 +40,25 @@ if [ -x "$prefix/bin/tessaro" ]; then
     env -u LD_LIBRARY_PATH "$prefix/bin/tessaro" index "$source_dir/tests/data/h264/single_slice.264" 2>/dev/null | grep -q " sync "
   fi
 fi
+# The container parser from the installed prefix, and from the same prefix moved
+# elsewhere: libmediandk.so links no FFmpeg and finds its libavformat backend
+# in its own directory.
+container=$source_dir/tests/data/container/aac_avc.mp4
+if [ -f "$prefix/lib/libmediandk.so" ]; then
+  if readelf -d "$prefix/lib/libmediandk.so" | grep NEEDED | grep -q 'libav'; then
+    echo "libmediandk.so links FFmpeg"; exit 1
+  fi
+  run_container() {  # run_container <prefix>
+    env -u LD_LIBRARY_PATH "$1/bin/tessaro" run Parse/Container --no-progress -i "$container" --codec AVC \
+      -o "$work/track.264" >/dev/null 2>"$work/container.log"
+    test -s "$work/track.264"
+    rm "$work/track.264"
+  }
+  if [ -x "$prefix/bin/tessaro" ] && [ -f "$container" ]; then
+    run_container "$prefix"
+    mv "$prefix" "$work/moved"
+    run_container "$work/moved"
+    mv "$work/moved" "$prefix"
+  fi
+fi
 echo "package check passed"

@@ -1,6 +1,7 @@
 #include "support/Probe.h"
 
 #include <dirent.h>
+#include <link.h>
 
 #include <fstream>
 #include <map>
@@ -114,6 +115,23 @@ int OpenDescriptorCount() {
         count -= 3;  // ".", ".." and the directory's own descriptor
     }
     return count;
+}
+
+bool SharedObjectLoaded(const std::string& prefix) {
+    struct Search {
+        const std::string* prefix;
+        bool found;
+    } search{&prefix, false};
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, size_t, void* data) {
+            auto* s = static_cast<Search*>(data);
+            const std::string path = info->dlpi_name != nullptr ? info->dlpi_name : "";
+            const std::string name = path.substr(path.rfind('/') + 1);
+            s->found = s->found || name.compare(0, s->prefix->size(), *s->prefix) == 0;
+            return 0;
+        },
+        &search);
+    return search.found;
 }
 
 std::string ReadFile(const std::string& path) {

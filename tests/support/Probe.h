@@ -29,6 +29,10 @@ std::vector<ProbePacket> ProbePackets(const std::string& path, int streamIndex);
 // Number of descriptors the process has open (entries of /proc/self/fd).
 int OpenDescriptorCount();
 
+// True when a shared object whose file name starts with `prefix` (e.g.
+// "libavformat.so") is loaded in the process.
+bool SharedObjectLoaded(const std::string& prefix);
+
 // The whole content of a file (empty if it cannot be read).
 std::string ReadFile(const std::string& path);
 
