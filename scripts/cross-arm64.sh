@@ -38,5 +38,8 @@ for binary in "$build/libtessaro.so" "$build/tools/tessaro"; do
   echo "$(basename "$binary"): $(readelf -h "$binary" | sed -n "s/ *Machine: *//p")"
 done
 # The package check builds host clients against the install; it does not apply here.
+# qemu-user never gives back its bookkeeping for a guest's 192 MiB scratch
+# blocks, so the differential test indexes a sample of its random inputs here.
+TESSARO_DIFFERENTIAL_INPUTS=${TESSARO_DIFFERENTIAL_INPUTS:-20} \
 QEMU_LD_PREFIX=/usr/aarch64-linux-gnu ctest --test-dir "$build" -j"$jobs" --output-on-failure -E '^package\.'
 echo "arm64 build and tests passed"
