@@ -20,18 +20,18 @@ const Buffer::Mapping& BufferMappingCache::Acquire(const Buffer& buffer) {
     const Key key{st.st_dev, st.st_ino, buffer.mMapOffset, buffer.mCapacity};
     auto found = std::find_if(mEntries.begin(), mEntries.end(),
                               [&key](const Entry& entry) { return entry.key == key; });
-    // Memory shrunk below the capacity since it was mapped: touching the
-    // mapping's tail would fault, so it is dropped and the fresh mapping
-    // reports the buffer as unmappable.
-    const uint64_t size = static_cast<uint64_t>(st.st_size);
-    const bool covered = key.mapOffset <= size && key.capacity <= size - key.mapOffset;
-    if (found != mEntries.end() && !covered) {
+    if (found != mEntries.end()) {
+        const uint64_t size = static_cast<uint64_t>(st.st_size);
+        if (key.mapOffset <= size && key.capacity <= size - key.mapOffset) {
+            found->lastUse = ++mUseCounter;
+            return *found->mapping;
+        }
+        // Memory shrunk below the capacity since it was mapped: touching the
+        // mapping's tail would fault, so it is dropped, and mapping afresh
+        // reports the buffer as unmappable.
         mEntries.erase(found);
-        found = mEntries.end();
     }
-    if (found == mEntries.end()) return Insert(key, buffer);
-    found->lastUse = ++mUseCounter;
-    return *found->mapping;
+    return Insert(key, buffer);
 }
 
 const Buffer::Mapping& BufferMappingCache::Acquire(const std::shared_ptr<Buffer>& buffer) {
