@@ -2,8 +2,10 @@
 #pragma once
 
 #include "tessaro/Buffer.h"
+#include "tessaro/ClientBuffer.h"
 #include "tessaro/ConfigParam.h"
 #include "tessaro/Export.h"
+#include "tessaro/ProcessorKeys.h"
 #include "tessaro/Status.h"
 #include "tessaro/TessaroFactory.h"
 #include "tessaro/TessaroInterface.h"
