@@ -1,0 +1,109 @@
+#!/usr/bin/env bash
+# Planted faults: applies each patch in turn to a scratch copy of this checkout,
+# builds incrementally and runs the test suite; a patch the suite fails on is
+# caught, one it passes is MISSED.
+#
+#   tests/mutants/run.sh                      every tests/mutants/*.patch
+#   tests/mutants/run.sh 12-delivery*.patch   a subset (names or paths)
+#
+# Prints one line per patch and a closing count. Exit status 0 unless the
+# script itself breaks. The scratch copy (a detached git worktree with the
+# checkout's uncommitted changes, under ${TMPDIR:-/tmp}) and its build directory
+# are reused across patches and removed on exit.
+# Environment: MUTANTS_JOBS (default 2), MUTANTS_TEST_TIMEOUT seconds per test
+# without a timeout of its own (default 120), MUTANTS_SUITE_TIMEOUT seconds for
+# a whole suite run (default 300: a hang counts as caught), MUTANTS_LOG_DIR to
+# keep each patch's build and test output.
+set -euo pipefail
+
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+root=$(git -C "$here" rev-parse --show-toplevel)
+jobs=${MUTANTS_JOBS:-2}
+timeout=${MUTANTS_TEST_TIMEOUT:-120}
+suite_timeout=${MUTANTS_SUITE_TIMEOUT:-300}
+
+patches=()
+if [ $# -eq 0 ]; then
+  patches=("$here"/*.patch)
+else
+  for arg in "$@"; do
+    if [ -f "$arg" ]; then patches+=("$(cd "$(dirname "$arg")" && pwd)/$(basename "$arg")")
+    elif [ -f "$here/$arg" ]; then patches+=("$here/$arg")
+    elif [ -f "$here/$arg.patch" ]; then patches+=("$here/$arg.patch")
+    else echo "run.sh: no patch '$arg'" >&2; exit 2
+    fi
+  done
+fi
+
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/tessaro-mutants.XXXXXX")
+work="$scratch/src"
+cleanup() {
+  git -C "$root" worktree remove --force "$work" >/dev/null 2>&1 || true
+  rm -rf "$scratch"
+  git -C "$root" worktree prune >/dev/null 2>&1 || true
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+
+git -C "$root" worktree add --quiet --detach "$work" HEAD
+# The scratch copy starts from the checkout as it is, uncommitted work included.
+git -C "$root" diff --binary HEAD | git -C "$work" apply --allow-empty --whitespace=nowarn
+git -C "$root" ls-files -z --others --exclude-standard |
+  (cd "$root" && xargs -0r cp --parents -t "$work")
+git -C "$work" add -A
+git -C "$work" -c user.name=mutants -c user.email=mutants@localhost \
+  commit --quiet --allow-empty --no-verify -m "mutants base"
+
+export CCACHE_BASEDIR=/ CCACHE_NOHASHDIR=1
+launcher=()
+if command -v ccache >/dev/null; then
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
+if command -v ld.lld >/dev/null; then  # links are most of an incremental build
+  launcher+=(-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld)
+fi
+build="$scratch/build"
+log() { if [ -n "${MUTANTS_LOG_DIR:-}" ]; then cat >"$MUTANTS_LOG_DIR/$1"; else cat >/dev/null; fi; }
+[ -n "${MUTANTS_LOG_DIR:-}" ] && mkdir -p "$MUTANTS_LOG_DIR"
+
+configure_and_build() {
+  cmake -S "$work" -B "$build" -DCMAKE_BUILD_TYPE=Release "${launcher[@]}" \
+    -DTESSARO_BUILD_BENCH=OFF -DTESSARO_FUZZ=OFF >/dev/null &&
+    cmake --build "$build" -j"$jobs"
+}
+
+# The unchanged tree must build and pass, or no count means anything.
+if ! configure_and_build 2>&1 | log base.build; then
+  echo "run.sh: the unchanged checkout does not build" >&2; exit 3
+fi
+run_suite() {
+  timeout --kill-after=10 "$suite_timeout" \
+    ctest --test-dir "$build" -j"$jobs" --timeout "$timeout" --output-on-failure
+}
+if ! run_suite 2>&1 | log base.test; then
+  echo "run.sh: the unchanged checkout fails its tests" >&2; exit 3
+fi
+
+caught=0 missed=0 noapply=0 nobuild=0
+for patch in "${patches[@]}"; do
+  name=$(basename "$patch" .patch)
+  SECONDS=0
+  git -C "$work" checkout --quiet -- . && git -C "$work" clean -fdq
+  if ! git -C "$work" apply "$patch" 2>/dev/null; then
+    printf '%-16s %s\n' does-not-apply "$name"; noapply=$((noapply + 1)); continue
+  fi
+  if ! configure_and_build >"$scratch/build.log" 2>&1; then
+    log "$name.build" <"$scratch/build.log"
+    printf '%-16s %s\n' build-fails "$name"; nobuild=$((nobuild + 1)); continue
+  fi
+  if run_suite >"$scratch/test.log" 2>&1; then
+    printf '%-16s %s (%ss)\n' MISSED "$name" "$SECONDS"; missed=$((missed + 1))
+  else
+    failing=$(awk '/tests FAILED:/ { on = 1; next } on && /^[[:space:]]+[0-9]+ - / { n++ } END { print n + 0 }' \
+      "$scratch/test.log")
+    [ "$failing" = 0 ] && failing=hang
+    printf '%-16s %s (%s failing, %ss)\n' caught "$name" "$failing" "$SECONDS"; caught=$((caught + 1))
+  fi
+  log "$name.test" <"$scratch/test.log"
+done
+echo "$caught caught, $missed missed ($noapply do not apply, $nobuild fail to build)"
