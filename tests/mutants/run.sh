@@ -42,8 +42,23 @@ cleanup() {
   rm -rf "$scratch"
   git -C "$root" worktree prune >/dev/null 2>&1 || true
 }
+# Long steps run in a process group of their own, so that an interrupt stops
+# the build or the suite at once, before the scratch copy is removed.
+child=
+run_child() {
+  setsid "$@" &
+  child=$!
+  local status=0
+  wait "$child" || status=$?
+  child=
+  return "$status"
+}
+on_signal() {
+  if [ -n "$child" ]; then kill -TERM -- "-$child" 2>/dev/null || true; wait "$child" 2>/dev/null || true; fi
+  exit 130
+}
 trap cleanup EXIT
-trap 'exit 130' INT TERM
+trap on_signal INT TERM
 
 git -C "$root" worktree add --quiet --detach "$work" HEAD
 # The scratch copy starts from the checkout as it is, uncommitted work included.
@@ -63,24 +78,28 @@ if command -v ld.lld >/dev/null; then  # links are most of an incremental build
   launcher+=(-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld -DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld)
 fi
 build="$scratch/build"
-log() { if [ -n "${MUTANTS_LOG_DIR:-}" ]; then cat >"$MUTANTS_LOG_DIR/$1"; else cat >/dev/null; fi; }
-[ -n "${MUTANTS_LOG_DIR:-}" ] && mkdir -p "$MUTANTS_LOG_DIR"
+keep() { if [ -n "${MUTANTS_LOG_DIR:-}" ]; then cp "$1" "$MUTANTS_LOG_DIR/$2"; fi; }
+if [ -n "${MUTANTS_LOG_DIR:-}" ]; then mkdir -p "$MUTANTS_LOG_DIR"; fi
 
+# Output goes to $scratch/build.log and $scratch/test.log.
 configure_and_build() {
-  cmake -S "$work" -B "$build" -DCMAKE_BUILD_TYPE=Release "${launcher[@]}" \
-    -DTESSARO_BUILD_BENCH=OFF -DTESSARO_FUZZ=OFF >/dev/null &&
-    cmake --build "$build" -j"$jobs"
+  run_child cmake -S "$work" -B "$build" -DCMAKE_BUILD_TYPE=Release "${launcher[@]}" \
+    -DTESSARO_BUILD_BENCH=OFF -DTESSARO_FUZZ=OFF >"$scratch/build.log" 2>&1 &&
+    run_child cmake --build "$build" -j"$jobs" >>"$scratch/build.log" 2>&1
+}
+
+run_suite() {
+  run_child timeout --kill-after=10 "$suite_timeout" \
+    ctest --test-dir "$build" -j"$jobs" --timeout "$timeout" --output-on-failure >"$scratch/test.log" 2>&1
 }
 
 # The unchanged tree must build and pass, or no count means anything.
-if ! configure_and_build 2>&1 | log base.build; then
-  echo "run.sh: the unchanged checkout does not build" >&2; exit 3
+if ! configure_and_build; then
+  keep "$scratch/build.log" base.build
+  echo "run.sh: the unchanged checkout does not build (MUTANTS_LOG_DIR keeps the log)" >&2; exit 3
 fi
-run_suite() {
-  timeout --kill-after=10 "$suite_timeout" \
-    ctest --test-dir "$build" -j"$jobs" --timeout "$timeout" --output-on-failure
-}
-if ! run_suite 2>&1 | log base.test; then
+if ! run_suite; then
+  keep "$scratch/test.log" base.test
   echo "run.sh: the unchanged checkout fails its tests" >&2; exit 3
 fi
 
@@ -92,11 +111,11 @@ for patch in "${patches[@]}"; do
   if ! git -C "$work" apply "$patch" 2>/dev/null; then
     printf '%-16s %s\n' does-not-apply "$name"; noapply=$((noapply + 1)); continue
   fi
-  if ! configure_and_build >"$scratch/build.log" 2>&1; then
-    log "$name.build" <"$scratch/build.log"
+  if ! configure_and_build; then
+    keep "$scratch/build.log" "$name.build"
     printf '%-16s %s\n' build-fails "$name"; nobuild=$((nobuild + 1)); continue
   fi
-  if run_suite >"$scratch/test.log" 2>&1; then
+  if run_suite; then
     printf '%-16s %s (%ss)\n' MISSED "$name" "$SECONDS"; missed=$((missed + 1))
   else
     failing=$(awk '/tests FAILED:/ { on = 1; next } on && /^[[:space:]]+[0-9]+ - / { n++ } END { print n + 0 }' \
@@ -104,6 +123,6 @@ for patch in "${patches[@]}"; do
     [ "$failing" = 0 ] && failing=hang
     printf '%-16s %s (%s failing, %ss)\n' caught "$name" "$failing" "$SECONDS"; caught=$((caught + 1))
   fi
-  log "$name.test" <"$scratch/test.log"
+  keep "$scratch/test.log" "$name.test"
 done
 echo "$caught caught, $missed missed ($noapply do not apply, $nobuild fail to build)"
