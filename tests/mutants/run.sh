@@ -11,15 +11,15 @@
 # checkout's uncommitted changes, under ${TMPDIR:-/tmp}) and its build directory
 # are reused across patches and removed on exit.
 # Environment: MUTANTS_JOBS (default 2), MUTANTS_TEST_TIMEOUT seconds per test
-# without a timeout of its own (default 120), MUTANTS_SUITE_TIMEOUT seconds for
-# a whole suite run (default 300: a hang counts as caught), MUTANTS_LOG_DIR to
-# keep each patch's build and test output.
+# (default 60; a test that runs longer counts as failed), MUTANTS_SUITE_TIMEOUT
+# seconds for a whole suite run (default 300), MUTANTS_LOG_DIR to keep each
+# patch's build and test output.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(git -C "$here" rev-parse --show-toplevel)
 jobs=${MUTANTS_JOBS:-2}
-timeout=${MUTANTS_TEST_TIMEOUT:-120}
+timeout=${MUTANTS_TEST_TIMEOUT:-60}
 suite_timeout=${MUTANTS_SUITE_TIMEOUT:-300}
 
 patches=()
@@ -84,7 +84,7 @@ if [ -n "${MUTANTS_LOG_DIR:-}" ]; then mkdir -p "$MUTANTS_LOG_DIR"; fi
 # Output goes to $scratch/build.log and $scratch/test.log.
 configure_and_build() {
   run_child cmake -S "$work" -B "$build" -DCMAKE_BUILD_TYPE=Release "${launcher[@]}" \
-    -DTESSARO_BUILD_BENCH=OFF -DTESSARO_FUZZ=OFF >"$scratch/build.log" 2>&1 &&
+    -DTESSARO_BUILD_BENCH=OFF -DTESSARO_FUZZ=OFF -DTESSARO_TEST_TIMEOUT="$timeout" >"$scratch/build.log" 2>&1 &&
     run_child cmake --build "$build" -j"$jobs" >>"$scratch/build.log" 2>&1
 }
 
@@ -120,8 +120,8 @@ for patch in "${patches[@]}"; do
   else
     failing=$(awk '/tests FAILED:/ { on = 1; next } on && /^[[:space:]]+[0-9]+ - / { n++ } END { print n + 0 }' \
       "$scratch/test.log")
-    [ "$failing" = 0 ] && failing=hang
-    printf '%-16s %s (%s failing, %ss)\n' caught "$name" "$failing" "$SECONDS"; caught=$((caught + 1))
+    if [ "$failing" = 0 ]; then failing="suite timed out,"; else failing="$failing failing,"; fi
+    printf '%-16s %s (%s %ss)\n' caught "$name" "$failing" "$SECONDS"; caught=$((caught + 1))
   fi
   keep "$scratch/test.log" "$name.test"
 done
