@@ -62,7 +62,7 @@ int32_t PatternGenerator::DrawYuvPattern(const std::shared_ptr<Buffer>& buffer, 
                                          int vaddrLine) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return ReportFailure(kLogTag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return ReportFailure(kLogTag, "vaddr == nullptr", vaddrLine, -2);
 

@@ -19,7 +19,7 @@ void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t gre
 int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     TS_CHECK(buffer == nullptr, 333, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     TS_CHECK(vaddr == nullptr, 340, -2);
 

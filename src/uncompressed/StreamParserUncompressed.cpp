@@ -87,7 +87,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserUncompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mSawEOS = false;
     mFileSize = 0;
     mBufferSize = 0;
@@ -130,7 +130,7 @@ int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>&
                                                   const RowRun* runs, size_t runCount,
                                                   uint64_t pictureDistance) {
     if (buffer == nullptr) return ReportFailure(tag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return ReportFailure(tag, "vaddr == nullptr", vaddrLine, -2);
 
