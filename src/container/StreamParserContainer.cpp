@@ -1,9 +1,5 @@
 #include "container/StreamParserContainer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 
@@ -30,7 +26,7 @@ StreamParserContainer::Header::Header(const void* data, uint64_t size) {
 StreamParserContainer::Header::~Header() { free(mData); }
 
 // Headers go first (they free their blobs), then the format and extractor;
-// the input descriptor and stream, still open if DeInit never ran, close last.
+// the input file, still open if DeInit never ran, close last.
 StreamParserContainer::~StreamParserContainer() {
     while (!mHeaders.empty()) mHeaders.pop();
     mFormat.reset();
@@ -46,18 +42,11 @@ int32_t StreamParserContainer::Init() {
     const char* path = mConfigParam.mInputFileName.c_str();
 
     mExtractor.reset(AMediaExtractor_new(), MediaExtractor_deleter());
-    // A second Init replaces the descriptor and stream of the first one.
-    mFD.reset(open(path, O_RDONLY | O_CLOEXEC));
-    TS_CHECK_TEXT(mFD.get() < 0, "mFD < 0", 44, TS_ERROR);
-    mFILE.reset(fopen(path, "rb"));
-    TS_CHECK(mFILE == nullptr, 47, TS_ERROR);
-
-    struct stat st {};
-    if (fstat(mFD.get(), &st) != 0) {
-        TS_LOGE("Failed to get the file attributes for %s", path);
-        return TS_ERROR;
-    }
-    if (AMediaExtractor_setDataSourceFd(mExtractor.get(), mFD.get(), 0, st.st_size) != AMEDIA_OK) {
+    // A second Init replaces the input of the first one.
+    mFD.Close();
+    TS_CHECK_TEXT(!mFD.OpenForReading(path), "mFD < 0", 44, TS_ERROR);
+    const off64_t size = static_cast<off64_t>(mFD.Size());
+    if (AMediaExtractor_setDataSourceFd(mExtractor.get(), mFD.fd(), 0, size) != AMEDIA_OK) {
         TS_LOGE("Failed to set the data source for extractor");
         return TS_ERROR;
     }
@@ -87,11 +76,7 @@ int32_t StreamParserContainer::Init() {
         TS_LOGI("Found track (%s) in file (%s)", trackMime, path);
     }
     if (match == nullptr) {
-        if (fseek(mFILE.get(), 0, SEEK_SET) != 0) {
-            TS_REPORT("fseek(mFILE, 0, SEEK_SET) != 0", 100);
-        } else {
-            TS_LOGE("Couldn't find track in (%s)", path);
-        }
+        TS_LOGE("Couldn't find track in (%s)", path);
         return TS_ERROR;
     }
 
@@ -99,8 +84,6 @@ int32_t StreamParserContainer::Init() {
     mFormat.reset(match.release(), MediaFormat_deleter());
     AMediaExtractor_selectTrack(mExtractor.get(), static_cast<size_t>(mTrackIndex));
     TS_LOGI("Found track (%s) in file (%s)", wanted.c_str(), path);
-    TS_CHECK_TEXT(fseek(mFILE.get(), 0, SEEK_SET) != 0, "fseek(mFILE, 0, SEEK_SET) != 0", 100,
-                  TS_ERROR);
 
     QueueHeaders();
     TS_LOGI("Header count in Track = %u", static_cast<unsigned>(mHeaders.size()));
@@ -226,13 +209,12 @@ int32_t StreamParserContainer::DeInit() {
     mBufferMappings.Clear();
     mSawEOS = false;
     mSawInputEOS = false;
-    mFD.reset();  // the extractor reads through a descriptor of its own
+    mFD.Close();  // the extractor reads through a descriptor of its own
     mTrackIndex = -1;
     mTrackCount = -1;
     mFrameCount = 1;
     mRunCounter = 1;
     mRunIndex = 0;
-    mFILE.reset();
     return TS_OK;
 }
 

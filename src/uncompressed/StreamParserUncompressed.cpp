@@ -1,10 +1,6 @@
 #include "uncompressed/StreamParserUncompressed.h"
 
-#include <fcntl.h>
-
 #include <cmath>
-
-#include "framework/GatheredIo.h"
 
 namespace tessaro {
 
@@ -28,12 +24,10 @@ int32_t StreamParserUncompressed::Init() {
     // A second Init without DeInit starts over on the file named now.
     if (mInputFile.is_open()) mInputFile.close();
     mInputFile.clear();
-    mInputFile.open(mConfigParam.mInputFileName, std::ios::in | std::ios::binary);
+    mInputFile.open(mConfigParam.mInputFileName);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    // A second descriptor of the same file serves the gathered picture reads.
-    mInputFd.reset(open(mConfigParam.mInputFileName.c_str(), O_RDONLY | O_CLOEXEC));
     mInputFile.seekg(0, std::ios::end);
-    const std::streamoff end = mInputFile.tellg();
+    const int64_t end = mInputFile.tellg();
     mFileSize = end > 0 ? static_cast<uint64_t>(end) : 0;
     TS_CHECK(mFileSize == 0, 29, -4);
     mInputFile.seekg(0, std::ios::beg);
@@ -78,7 +72,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
             TS_LOGI("Reached file start. Change the reading dir. to Forward");
             target = 0;
         }
-        mInputFile.seekg(static_cast<std::streamoff>(target), std::ios::beg);
+        mInputFile.seekg(static_cast<int64_t>(target), std::ios::beg);
         pos = target;
     }
 
@@ -86,7 +80,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
     if (mConfigParam.mSpare == 0 && IsLastBuffer(step)) MarkLastBuffer(kLogTag, *buffer, mFrameCount);
     // Reading backward, the next step back starts from the pictures just read.
-    if (mReadDirection == kBackward) mInputFile.seekg(static_cast<std::streamoff>(pos), std::ios::beg);
+    if (mReadDirection == kBackward) mInputFile.seekg(static_cast<int64_t>(pos), std::ios::beg);
     StampBuffer(*buffer, true);
     return TS_OK;
 }
@@ -103,7 +97,6 @@ int32_t StreamParserUncompressed::DeInit() {
     mTimestampDelta = 33333.0f;
     mReadDirection = kForward;
     if (mInputFile.is_open()) mInputFile.close();  // a failed close sets the fail bit itself
-    mInputFd.reset();
     return TS_OK;
 }
 
@@ -174,7 +167,7 @@ int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buff
             if (run.End() == 0) continue;
             for (uint64_t row = 0; row < run.rows; ++row) {
                 char* const dst = reinterpret_cast<char*>(base + run.offset + row * run.pitch);
-                mInputFile.read(dst, static_cast<std::streamsize>(run.rowBytes));
+                mInputFile.read(dst, run.rowBytes);
                 if (mInputFile.bad() || mInputFile.fail() ||
                     static_cast<uint64_t>(mInputFile.gcount()) < run.rowBytes) {
                     __android_log_print(kLogError, tag, "Error. Fail to read Input File.");
@@ -193,7 +186,7 @@ int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buff
 bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const PictureRuns& picture) {
     const RowRun* const runs = picture.runs;
     const size_t runCount = picture.count;
-    if (mInputFd.get() < 0 || !mInputFile.good()) return false;
+    if (!mInputFile.is_open() || !mInputFile.good()) return false;
     uint64_t rows = 0;
     for (size_t r = 0; r < runCount; ++r) rows += runs[r].rows;
     if (rows > kMaxGatheredRows) return false;
@@ -203,13 +196,13 @@ bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const PictureR
     }
     uint64_t bytes = 0;
     for (const iovec& piece : mRowPieces) bytes += piece.iov_len;
-    const std::streamoff pos = mInputFile.tellg();
+    const int64_t pos = mInputFile.tellg();
     if (bytes == 0 || pos < 0 || static_cast<uint64_t>(pos) > mFileSize ||
         bytes > mFileSize - static_cast<uint64_t>(pos)) {
         return false;
     }
-    if (ReadGathered(mInputFd.get(), mRowPieces, static_cast<uint64_t>(pos)) != bytes) return false;
-    mInputFile.seekg(pos + static_cast<std::streamoff>(bytes));
+    if (mInputFile.file().ReadGatheredAt(mRowPieces, static_cast<uint64_t>(pos)) != bytes) return false;
+    mInputFile.seekg(pos + static_cast<int64_t>(bytes));
     return !mInputFile.fail();
 }
 
@@ -236,7 +229,7 @@ void StreamParserUncompressed::MarkLastBuffer(const char* tag, Buffer& buffer, u
 
 // An unknown position (the stream failed) reads as beyond the file's end.
 uint64_t StreamParserUncompressed::CurrentPosition() {
-    const std::streamoff pos = mInputFile.tellg();
+    const int64_t pos = mInputFile.tellg();
     return pos < 0 ? UINT64_MAX : static_cast<uint64_t>(pos);
 }
 

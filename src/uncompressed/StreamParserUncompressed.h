@@ -7,12 +7,11 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <vector>
 
+#include "compressed/ByteSource.h"
 #include "framework/TessaroImpl.h"
-#include "framework/UniqueFd.h"
 #include "uncompressed/PictureFormat.h"
 
 namespace tessaro {
@@ -81,8 +80,7 @@ protected:
     uint32_t mBufferSize = 0;      // bytes of one picture in the client's buffer
     uint32_t mFileBufferSize = 0;  // bytes of one picture in the file
     uint32_t mFrameCount = 0;      // Process calls past the preconditions
-    std::ifstream mInputFile;
-    UniqueFd mInputFd;                    // the same file, for gathered picture reads
+    ByteSource mInputFile;  // the picture file, with the rules of an input file stream
     int32_t mReadDirection = kForward;
 
 private:
