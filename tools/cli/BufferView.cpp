@@ -1,34 +1,11 @@
-#include "cli/ClientBuffers.h"
+#include "cli/BufferView.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <algorithm>
-#include <cstring>
 
 namespace tessaro::cli {
-
-std::shared_ptr<Buffer> MakeSharedBuffer(uint64_t capacity, uint32_t type, std::string* reason) {
-    const int fd = memfd_create("tessaro-buffer", MFD_CLOEXEC);
-    if (fd < 0) {
-        *reason = std::string("memfd_create: ") + std::strerror(errno);
-        return nullptr;
-    }
-    if (ftruncate(fd, static_cast<off_t>(capacity)) != 0) {
-        *reason = "cannot size a buffer of " + std::to_string(capacity) + " bytes: " + std::strerror(errno);
-        close(fd);
-        return nullptr;
-    }
-    std::shared_ptr<Buffer> buffer(new Buffer{}, [](Buffer* b) {
-        close(b->mFd);
-        delete b;
-    });
-    buffer->mFd = fd;
-    buffer->mCapacity = capacity;
-    buffer->mType = type;
-    return buffer;
-}
 
 void ResetProducedFields(Buffer& buffer) {
     buffer.mEndOfFrame = 0;

@@ -1,19 +1,11 @@
-// Client buffers as a harness makes them: memfd-backed shared memory handed to
-// processors through the public Buffer record.
+// Read-only access to what a producer delivered into a client buffer.
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <string>
 
 #include <tessaro/Tessaro.h>
 
 namespace tessaro::cli {
-
-// A buffer over a fresh memfd of capacity bytes; type 0 linear, 1 graphic. The
-// descriptor is closed with the last reference. Null (with reason set) when
-// the memory cannot be had.
-std::shared_ptr<Buffer> MakeSharedBuffer(uint64_t capacity, uint32_t type, std::string* reason);
 
 // Clears what a producer writes, as a harness does before reusing a buffer.
 void ResetProducedFields(Buffer& buffer);
