@@ -87,7 +87,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserUncompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mSawEOS = false;
     mFileSize = 0;
     mBufferSize = 0;
@@ -105,48 +105,65 @@ int32_t StreamParserUncompressed::Seek() {
     return TS_ERROR;
 }
 
-uint32_t StreamParserUncompressed::BufferLengthFor(const char* tag, int stateLine,
-                                                   GeometryCheck first, GeometryCheck second,
-                                                   uint32_t bufferSize, uint32_t fileBufferSize) {
+PictureGeometry StreamParserUncompressed::Geometry() const {
+    const ConfigParam& c = mConfigParam;
+    return {c.mWidth, c.mHeight, c.mStride, c.mScanlines};
+}
+
+int32_t StreamParserUncompressed::Refuse(const char* text, int line, int32_t status) const {
+    return ReportFailure(mFormat.tag, text, line, status);
+}
+
+uint32_t StreamParserUncompressed::GetBufferLength() {
+    const char* const tag = mFormat.tag;
+    const ConfigParam& c = mConfigParam;
+    const int line = mFormat.stateLine;
     __android_log_print(kLogInfo, tag, "GetBufferLength");
-    if (mState != STATE::RUNNING) return ReportFailure(tag, "mState != STATE::RUNNING", stateLine, 0);
-    if (first.failed) return ReportFailure(tag, first.text, first.line, 0);
-    if (second.failed) return ReportFailure(tag, second.text, second.line, 0);
+    if (mState != STATE::RUNNING) return Refuse("mState != STATE::RUNNING", line, 0);
+    if (mFormat.checksStride) {
+        if (c.mStride == 0) return Refuse("mConfigParam.mStride == 0", line + 1, 0);
+        if (c.mScanlines == 0) return Refuse("mConfigParam.mScanlines == 0", line + 2, 0);
+    } else {
+        if (c.mWidth == 0) return Refuse("mConfigParam.mWidth == 0", line + 1, 0);
+        if (c.mHeight == 0) return Refuse("mConfigParam.mHeight == 0", line + 2, 0);
+    }
     if (mSawEOS) {
         __android_log_print(kLogInfo, tag, "Already reached EOS.");
         return 0;
     }
     if (mBufferSize == 0) {
-        mBufferSize = bufferSize;
-        mFileBufferSize = fileBufferSize;
+        mBufferSize = mFormat.bufferSize.Of(Geometry());
+        if (mFormat.fileSize.kind != SizeRule::kUnset) mFileBufferSize = mFormat.fileSize.Of(Geometry());
     }
-    const uint32_t length = mConfigParam.mSuperFrame * mBufferSize;
+    const uint32_t length = c.mSuperFrame * mBufferSize;
     __android_log_print(kLogInfo, tag, "Buffer length = %d", static_cast<int>(length));
     return length;
 }
 
-int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>& buffer,
-                                                  const char* tag, int nullLine, int vaddrLine,
-                                                  const RowRun* runs, size_t runCount,
-                                                  uint64_t pictureDistance) {
-    if (buffer == nullptr) return ReportFailure(tag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+// The geometry is checked once, against the whole buffer, before any row is
+// read; the row loop below checks only the reads.
+int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
+    const char* const tag = mFormat.tag;
+    __android_log_print(kLogInfo, tag, mFormat.readEntry, static_cast<int>(mBufferSize));
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return ReportFailure(tag, "vaddr == nullptr", vaddrLine, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
+    const PictureRuns picture = RunsOf(mFormat, Geometry(), mBufferSize, ChromaRows::kReader);
     const uint64_t pictures = mConfigParam.mSuperFrame;
-    const uint64_t end = RowRunsEnd(runs, runCount);
-    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(pictureDistance) + end >
+    const uint64_t end = picture.End();
+    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(picture.pictureDistance) + end >
                         buffer->capacity()) {
         __android_log_print(kLogError, tag, "Error. Picture does not fit in the buffer.");
         return -2;
     }
 
     for (uint64_t i = 0; i < pictures; ++i) {
-        uint8_t* const base = vaddr + i * pictureDistance;
-        if (ReadPictureGathered(base, runs, runCount)) continue;
-        for (size_t r = 0; r < runCount; ++r) {
-            const RowRun& run = runs[r];
+        uint8_t* const base = vaddr + i * picture.pictureDistance;
+        if (ReadPictureGathered(base, picture)) continue;
+        for (size_t r = 0; r < picture.count; ++r) {
+            const RowRun& run = picture.runs[r];
             if (run.End() == 0) continue;
             for (uint64_t row = 0; row < run.rows; ++row) {
                 char* const dst = reinterpret_cast<char*>(base + run.offset + row * run.pitch);
@@ -166,8 +183,9 @@ int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>&
 // stream's position, and the stream moves past it as the row reads would have.
 // Anything else (a stream that already failed, rows reaching past the end of
 // the file) is left to the row reads, which fail exactly as they always did.
-bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const RowRun* runs,
-                                                   size_t runCount) {
+bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const PictureRuns& picture) {
+    const RowRun* const runs = picture.runs;
+    const size_t runCount = picture.count;
     if (!mInputFile.is_open() || !mInputFile.good()) return false;
     uint64_t rows = 0;
     for (size_t r = 0; r < runCount; ++r) rows += runs[r].rows;
