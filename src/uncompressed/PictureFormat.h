@@ -17,13 +17,12 @@ struct PictureGeometry {
     uint64_t width, height, stride, scanlines;
 };
 
-// How one picture size is computed. kLayout asks the layout library's
-// GetBufferSize(code, a, b), kLayoutUsed its GetBufferSizeUsed(code, a, b,
-// interlaced); kFormula calls formula(width, height); kUnset leaves the size
-// as it is. All arithmetic is unsigned 32-bit.
+// How one picture size is computed (unsigned 32-bit): the layout library's
+// GetBufferSize(code, a, b) or GetBufferSizeUsed(code, a, b, interlaced), a
+// formula of width and height, or (kUnset) not at all.
 struct SizeRule {
     enum Kind : uint8_t { kUnset, kLayout, kLayoutUsed, kFormula };
-    enum Args : uint8_t { kStrideScanlines, kWidthHeight, kWidthHalfHeight };
+    enum Args : uint8_t { kStrideScanlines, kWidthHeight, kWidthHalfHeight };  // a, b
     Kind kind;
     uint32_t code;  // the layout library's colour code
     Args args;
@@ -31,6 +30,14 @@ struct SizeRule {
     uint32_t (*formula)(uint32_t width, uint32_t height);
 
     uint32_t Of(const PictureGeometry& g) const;
+
+    static constexpr SizeRule Layout(uint32_t code, Args args) { return {kLayout, code, args, 0, nullptr}; }
+    static constexpr SizeRule Used(uint32_t code, Args args, uint32_t interlaced) {
+        return {kLayoutUsed, code, args, interlaced, nullptr};
+    }
+    static constexpr SizeRule Formula(uint32_t (*f)(uint32_t, uint32_t)) {
+        return {kFormula, 0, kWidthHeight, 0, f};
+    }
 };
 
 // Where a picture's rows lie in the client's buffer.
@@ -71,9 +78,7 @@ extern const PictureFormat kPatternNV12, kPatternP010, kPatternP210, kPatternRGB
 // picture, each next one `pitch` bytes after the one before.
 struct RowRun {
     uint64_t offset, rows, rowBytes, pitch;
-
-    // One past the last byte the run touches; 0 when it touches nothing.
-    // Saturates instead of wrapping, so an absurd geometry never looks small.
+    // One past the last byte touched (saturating); 0 when it touches nothing.
     uint64_t End() const;
 };
 
@@ -82,9 +87,7 @@ struct PictureRuns {
     RowRun runs[2] = {};
     size_t count = 0;
     uint64_t pictureDistance = 0;
-
-    // One past the last byte any run touches.
-    uint64_t End() const;
+    uint64_t End() const;  // one past the last byte any run touches
 };
 
 // Which rows a reader fills and the writer drains differ in one point: the

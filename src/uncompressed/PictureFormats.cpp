@@ -20,12 +20,10 @@ uint32_t Pixels4(uint32_t w, uint32_t h) { return h * w * 4; }
 uint32_t Pixels8(uint32_t w, uint32_t h) { return h * w * 8; }
 
 using S = SizeRule;
-constexpr S Layout(uint32_t code) { return {S::kLayout, code, S::kStrideScanlines, 0, nullptr}; }
-constexpr S Used(uint32_t code, uint32_t interlaced) {
-    return {S::kLayoutUsed, code, S::kWidthHeight, interlaced, nullptr};
-}
-constexpr S Formula(uint32_t (*f)(uint32_t, uint32_t)) { return {S::kFormula, 0, S::kWidthHeight, 0, f}; }
-constexpr S kUnset{S::kUnset, 0, S::kWidthHeight, 0, nullptr};
+constexpr S Layout(uint32_t code) { return S::Layout(code, S::kStrideScanlines); }
+constexpr S Used(uint32_t code, uint32_t interlaced) { return S::Used(code, S::kWidthHeight, interlaced); }
+constexpr auto Formula = S::Formula;
+constexpr S kUnset{};
 
 #define TAG(x) "Tessaro::Impl::StreamParser::UnCompressed::" x
 constexpr const char* kRead = "ReadfromInputFile";

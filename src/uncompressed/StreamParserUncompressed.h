@@ -84,14 +84,14 @@ protected:
     int32_t mReadDirection = kForward;
 
 private:
-    static constexpr uint64_t kMaxGatheredRows = 1 << 16;
+    static constexpr uint64_t kMaxGatheredRows = 1024;
 
-    bool ReadPictureGathered(uint8_t* base, const PictureRuns& picture);
+    bool ReadRows(uint8_t* base, const PictureRuns& picture);
     uint64_t CurrentPosition();
     bool HasNextForward(uint64_t pos, uint64_t step);
     bool IsLastBuffer(uint64_t step);
 
-    std::vector<iovec> mRowPieces;  // the rows of one picture, for the gathered read
+    std::vector<iovec> mRowPieces;  // rows for one gathered read
 };
 
 }  // namespace tessaro

@@ -19,30 +19,26 @@ uint32_t EightBytesAPixel(uint32_t w, uint32_t h) { return w * h * 8; }
 uint32_t NoSize(uint32_t, uint32_t) { return 4096; }
 
 using S = SizeRule;
-constexpr S Layout(uint32_t code) { return {S::kLayout, code, S::kWidthHeight, 0, nullptr}; }
-constexpr S Used(uint32_t code, S::Args args, uint32_t interlaced) {
-    return {S::kLayoutUsed, code, args, interlaced, nullptr};
-}
-constexpr S Formula(uint32_t (*f)(uint32_t, uint32_t)) { return {S::kFormula, 0, S::kWidthHeight, 0, f}; }
+constexpr S Layout(uint32_t code) { return S::Layout(code, S::kWidthHeight); }
 
 // Code 12 has no size of its own and reports 4096, like the codes without a
 // layout; the tiled RGBA 10:10:10:2 layout has no code. Both are kept so.
 const WriterFormat kWriterFormats[] = {
     {1, &formats::kNV12, Layout(0)},
     {2, &formats::kNV12, Layout(2)},  // NV21
-    {3, &formats::kYV12, {S::kUnset, 0, S::kWidthHeight, 0, nullptr}},
+    {3, &formats::kYV12, S{}},
     {4, &formats::kP010, Layout(3)},
     {5, &formats::kP210, Layout(6)},
     {6, &formats::kP210Mosa, Layout(7)},
-    {7, &formats::kNV12Mosa, Used(1, S::kWidthHeight, 0)},
-    {8, &formats::kRX10Mosa, Used(5, S::kWidthHeight, 0)},
-    {9, &formats::kNV12MosaInterlace, Used(1, S::kWidthHalfHeight, 1)},
+    {7, &formats::kNV12Mosa, S::Used(1, S::kWidthHeight, 0)},
+    {8, &formats::kRX10Mosa, S::Used(5, S::kWidthHeight, 0)},
+    {9, &formats::kNV12MosaInterlace, S::Used(1, S::kWidthHalfHeight, 1)},
     {10, &formats::kRGBA32, Layout(8)},
-    {11, &formats::kRGBAFP16, Formula(EightBytesAPixel)},
-    {12, &formats::kRGBA1010102, Formula(NoSize)},
+    {11, &formats::kRGBAFP16, S::Formula(EightBytesAPixel)},
+    {12, &formats::kRGBA1010102, S::Formula(NoSize)},
     {13, &formats::kRGBA32Mosa, Layout(9)},
 };
-const WriterFormat kNothing{0, nullptr, Formula(NoSize)};
+const WriterFormat kNothing{0, nullptr, S::Formula(NoSize)};
 
 const WriterFormat& WriterFormatOf(uint32_t pixFormat) {
     for (const WriterFormat& row : kWriterFormats) {
