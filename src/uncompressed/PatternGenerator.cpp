@@ -53,7 +53,7 @@ int32_t PatternGenerator::RefuseOversizedPicture() {
 int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     const uint32_t format = mFormat.bufferSize.code;

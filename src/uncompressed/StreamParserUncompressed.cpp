@@ -88,7 +88,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserUncompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mSawEOS = false;
     mFileSize = 0;
     mBufferSize = 0;
@@ -147,7 +147,7 @@ int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buff
     const char* const tag = mFormat.tag;
     __android_log_print(kLogInfo, tag, mFormat.readEntry, static_cast<int>(mBufferSize));
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 

@@ -1,6 +1,5 @@
 #include "writer/StreamWriterUnCompressed.h"
 
-#include "framework/GatheredIo.h"
 #include "uncompressed/PictureFormat.h"
 
 namespace tessaro {
@@ -61,8 +60,9 @@ PictureRuns WriterRuns(const WriterFormat& row, const ConfigParam& c, uint32_t s
 int32_t StreamWriterUnCompressed::Init() {
     TS_LOGI("Init");
     // A second Init starts a new file; the earlier one is closed, not leaked.
-    mOutputFile.reset(std::fopen(mConfigParam.mOutputFileName.c_str(), "wb+"));
-    TS_CHECK(mOutputFile == nullptr, 23, TS_ERROR);
+    mOutputFile.Close();
+    TS_CHECK_TEXT(!mOutputFile.OpenForWriting(mConfigParam.mOutputFileName, true),
+                  "mOutputFile == nullptr", 23, TS_ERROR);
     mState = STATE::RUNNING;
     return TS_OK;
 }
@@ -75,12 +75,12 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
     TS_CHECK(buffer->isGraphic() == false, 35, -4);
     // After DeInit there is no file to write to; the compressed writer reports
     // its failed write in the same words.
-    if (mOutputFile == nullptr) {
+    if (!mOutputFile.IsOpen()) {
         TS_LOGE("Error. Fail to read Input File.");
         return TS_ERROR;
     }
 
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     const uint32_t size = GetBufferLength();
     const ConfigParam& c = mConfigParam;
     TS_LOGI("mConfigParam.mPixFormat:0x%x Width:%u Height:%u Stride:%u Scanlines:%u Size:0x%x",
@@ -100,15 +100,13 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
         return -2;
     }
 
-    // The rows of a picture go out through the stream's descriptor in gathered
-    // writes straight from the mapping, a thousand rows a call; nothing is ever
-    // left in the stream's own buffer. A failed write stays silent, as it
+    // The rows of a picture go out in gathered writes straight from the
+    // mapping, a thousand rows a call. A failed write stays silent, as it
     // always was.
-    const int fd = fileno(mOutputFile.get());
     mRowPieces.clear();
     if (layout.format->planes == Planes::kBlock) {
         mRowPieces.push_back(iovec{const_cast<uint8_t*>(vaddr), shape.runs[0].rowBytes});
-        WriteGathered(fd, mRowPieces);
+        mOutputFile.WriteGathered(mRowPieces);
         return TS_OK;
     }
     size_t rowsWritten = 0;
@@ -119,7 +117,7 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
             const uint64_t count = run.rows - row < kRowsPerWrite ? run.rows - row : kRowsPerWrite;
             mRowPieces.clear();
             AppendRowPieces(vaddr, run, row, count, mRowPieces);
-            rowsWritten += WriteGathered(fd, mRowPieces) / run.rowBytes;  // whole rows
+            rowsWritten += mOutputFile.WriteGathered(mRowPieces) / run.rowBytes;  // whole rows
         }
     }
     // The line counts written rows, and only for the two-plane and packed layouts.
@@ -131,9 +129,9 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamWriterUnCompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     // Closed once; a second DeInit finds nothing to close.
-    mOutputFile.reset();
+    mOutputFile.Close();
     return TS_OK;
 }
 
