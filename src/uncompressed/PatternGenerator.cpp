@@ -45,11 +45,6 @@ int32_t PatternGenerator::Process(std::shared_ptr<Buffer> buffer) {
     return TS_OK;
 }
 
-int32_t PatternGenerator::RefuseOversizedPicture() {
-    TS_LOGE("Error. Picture does not fit in the buffer.");
-    return -2;
-}
-
 int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);

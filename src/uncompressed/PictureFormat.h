@@ -1,7 +1,6 @@
-// PictureFormat: what the raw readers, the pattern generators and the raw
-// writer know about a picture layout, as one row per format: how big a picture
-// is in the client's buffer and in the file, where its rows lie, which checks
-// and log lines its operations use. The rows are in PictureFormats.cpp.
+// PictureFormat: one row per picture layout, all that the raw readers, the
+// pattern generators and the raw writer know of it: its size in the client's
+// buffer and in the file, where its rows lie, its checks and log lines.
 #pragma once
 
 #include <sys/uio.h>
@@ -12,8 +11,7 @@
 
 namespace tessaro {
 
-// The picture and buffer geometry of the configuration.
-struct PictureGeometry {
+struct PictureGeometry {  // of the configuration
     uint64_t width, height, stride, scanlines;
 };
 
@@ -49,8 +47,7 @@ enum class Planes : uint8_t {
     kPacked,          // one plane; the next picture starts where this one's last row pitch ends
 };
 
-// What a generator draws.
-enum class Pattern : uint8_t { kNone, kYuvClearCapacity, kYuvClearPicture, kRgb };
+enum class Pattern : uint8_t { kNone, kYuvClearCapacity, kYuvClearPicture, kRgb };  // what is drawn
 
 struct PictureFormat {
     const char* tag;        // log tag of the class and of the classes that reuse its operations
@@ -100,9 +97,22 @@ enum class ChromaRows : uint8_t { kReader, kWriter };
 PictureRuns RunsOf(const PictureFormat& format, const PictureGeometry& g, uint64_t blockSize,
                    ChromaRows chroma);
 
-// Appends one piece for each of `count` rows of run from row `first` on, for
-// a picture starting at base.
-void AppendRowPieces(const uint8_t* base, const RowRun& run, uint64_t first, uint64_t count,
-                     std::vector<iovec>& pieces);
+// Hands the rows of the picture at base to visit(pieces, bytes, run) in
+// batches of up to maxRows rows of one run; stops at the first false.
+template <typename Visit>
+bool ForEachRowBatch(const uint8_t* base, const PictureRuns& picture, uint64_t maxRows,
+                     std::vector<iovec>& pieces, Visit visit) {
+    for (const RowRun* run = picture.runs; run < picture.runs + picture.count; ++run) {
+        for (uint64_t row = 0; run->End() != 0 && row < run->rows; row += maxRows) {
+            const uint64_t count = run->rows - row < maxRows ? run->rows - row : maxRows;
+            pieces.clear();
+            for (uint64_t k = row; k < row + count; ++k) {
+                pieces.push_back({const_cast<uint8_t*>(base + run->offset + k * run->pitch), run->rowBytes});
+            }
+            if (!visit(pieces, count * run->rowBytes, *run)) return false;
+        }
+    }
+    return true;
+}
 
 }  // namespace tessaro

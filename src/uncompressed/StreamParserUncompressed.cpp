@@ -1,6 +1,5 @@
 #include "uncompressed/StreamParserUncompressed.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace tessaro {
@@ -91,9 +90,7 @@ int32_t StreamParserUncompressed::DeInit() {
     mClientBuffers.Release();
     mSawEOS = false;
     mFileSize = 0;
-    mBufferSize = 0;
-    mFileBufferSize = 0;
-    mFrameCount = 0;
+    mBufferSize = mFileBufferSize = mFrameCount = 0;
     mTimestamp = 0.0f;
     mTimestampDelta = 33333.0f;
     mReadDirection = kForward;
@@ -115,18 +112,23 @@ int32_t StreamParserUncompressed::Refuse(const char* text, int line, int32_t sta
     return ReportFailure(mFormat.tag, text, line, status);
 }
 
+int32_t StreamParserUncompressed::RefuseOversizedPicture() const {
+    __android_log_print(kLogError, mFormat.tag, "Error. Picture does not fit in the buffer.");
+    return -2;
+}
+
 uint32_t StreamParserUncompressed::GetBufferLength() {
     const char* const tag = mFormat.tag;
     const ConfigParam& c = mConfigParam;
     const int line = mFormat.stateLine;
     __android_log_print(kLogInfo, tag, "GetBufferLength");
     if (mState != STATE::RUNNING) return Refuse("mState != STATE::RUNNING", line, 0);
-    if (mFormat.checksStride) {
-        if (c.mStride == 0) return Refuse("mConfigParam.mStride == 0", line + 1, 0);
-        if (c.mScanlines == 0) return Refuse("mConfigParam.mScanlines == 0", line + 2, 0);
-    } else {
-        if (c.mWidth == 0) return Refuse("mConfigParam.mWidth == 0", line + 1, 0);
-        if (c.mHeight == 0) return Refuse("mConfigParam.mHeight == 0", line + 2, 0);
+    const bool stride = mFormat.checksStride;
+    if ((stride ? c.mStride : c.mWidth) == 0) {
+        return Refuse(stride ? "mConfigParam.mStride == 0" : "mConfigParam.mWidth == 0", line + 1, 0);
+    }
+    if ((stride ? c.mScanlines : c.mHeight) == 0) {
+        return Refuse(stride ? "mConfigParam.mScanlines == 0" : "mConfigParam.mHeight == 0", line + 2, 0);
     }
     if (mSawEOS) {
         __android_log_print(kLogInfo, tag, "Already reached EOS.");
@@ -156,8 +158,7 @@ int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buff
     const uint64_t end = picture.End();
     if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(picture.pictureDistance) + end >
                         buffer->capacity()) {
-        __android_log_print(kLogError, tag, "Error. Picture does not fit in the buffer.");
-        return -2;
+        return RefuseOversizedPicture();
     }
 
     for (uint64_t i = 0; i < pictures; ++i) {
@@ -174,24 +175,17 @@ int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buff
 // short keeps the bytes that arrived and leaves the stream at the end of the
 // file in the end-of-file and fail state, as reading row by row would.
 bool StreamParserUncompressed::ReadRows(uint8_t* base, const PictureRuns& picture) {
-    for (size_t r = 0; r < picture.count; ++r) {
-        const RowRun& run = picture.runs[r];
-        if (run.End() == 0) continue;
-        for (uint64_t row = 0; row < run.rows; row += kMaxGatheredRows) {
-            const uint64_t count = std::min(run.rows - row, kMaxGatheredRows);
-            mRowPieces.clear();
-            AppendRowPieces(base, run, row, count, mRowPieces);
-            const int64_t pos = mInputFile.good() ? mInputFile.tellg() : -1;
-            const uint64_t got = pos < 0 ? 0 : mInputFile.file().ReadGatheredAt(mRowPieces, pos);
-            if (pos >= 0) mInputFile.seekg(pos + static_cast<int64_t>(got));
-            if (got == count * run.rowBytes) continue;
-            uint8_t past = 0;
-            mInputFile.read(&past, 1);
-            mInputFile.setFail();
-            return false;
-        }
-    }
-    return true;
+    return ForEachRowBatch(base, picture, kMaxGatheredRows, mRowPieces,
+                           [this](std::vector<iovec>& pieces, uint64_t bytes, const RowRun&) {
+        const int64_t pos = mInputFile.good() ? mInputFile.tellg() : -1;
+        const uint64_t got = pos < 0 ? 0 : mInputFile.file().ReadGatheredAt(pieces, pos);
+        if (pos >= 0) mInputFile.seekg(pos + static_cast<int64_t>(got));
+        if (got == bytes) return true;
+        uint8_t past = 0;
+        mInputFile.read(&past, 1);
+        mInputFile.setFail();
+        return false;
+    });
 }
 
 void StreamParserUncompressed::DeliverEmptyEos(const char* tag, Buffer& buffer,
