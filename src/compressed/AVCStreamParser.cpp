@@ -204,6 +204,7 @@ int32_t AVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameInf
         TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
         last.mIsLastFrame = 0;
         mInputFile.seekg(0);
+        NotePassEnd();
     } else {
         last.mIsLastFrame = sawStartCode ? 1 : 0;
     }

@@ -165,6 +165,7 @@ int32_t HEVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameIn
             TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
             last.mIsLastFrame = 0;
             mInputFile.seekg(0, std::ios_base::beg);
+            NotePassEnd();
         } else {
             last.mIsLastFrame = sawStartCode ? 1 : 0;
         }

@@ -1,63 +1,14 @@
-// StreamParserCompressed: indexing the input (BuildOffsetTable) and returning
-// to the constructed state (DeInit). Delivery is in
-// StreamParserCompressedDelivery.cpp, the dry run in
+// StreamParserCompressed: returning to the constructed state (DeInit) and the
+// scanners' shared log lines. Indexing is in StreamParserCompressedIndex.cpp,
+// delivery in StreamParserCompressedDelivery.cpp, the dry run in
 // StreamParserCompressedBufferLength.cpp.
 #include "compressed/StreamParserCompressed.h"
-
-#include <new>
 
 #include "compressed/StreamParserCompressedLines.h"
 
 namespace tessaro {
 
 using namespace compressed_lines;
-
-int32_t StreamParserCompressed::BuildOffsetTable() {
-    TS_LOGI("BuildOffsetTable");
-    uint32_t frameNum = 1;
-    uint32_t unitCounter = 1;
-
-    mBufferPtr.reset(new (std::nothrow) unsigned char[kScratchSize],
-                     std::default_delete<unsigned char[]>());
-    TS_CHECK(mBufferPtr == nullptr, kScratchMissing, -2);
-
-    const ConfigParam& config = mConfigParam;
-    for (;;) {
-        if (config.mFrames != 0 && frameNum > config.mFrames) break;
-        if (config.mLoopFrames != 0 && frameNum > config.mLoopFrames) break;
-
-        std::vector<FrameInfo> framelist;
-        const int32_t ret = ReadfromInputFile(frameNum, framelist, kScratchSize, mBufferPtr);
-        TS_CHECK(ret != TS_OK, kScannerFailed, ret);
-        TS_CHECK(framelist.size() == 0, kScannerAppendedNone, TS_ERROR);
-
-        // Only the first scanner call of a frame number is kept: with mSuperFrame
-        // above 1 the later calls move the file past their units, which are
-        // dropped.
-        auto entry = mFrameOffsetTable.find(frameNum);
-        if (entry == mFrameOffsetTable.end()) {
-            entry = mFrameOffsetTable.emplace(frameNum, std::move(framelist)).first;
-        }
-        if (entry->second.back().mIsLastFrame != 0) {
-            TS_LOGI("Reached End of Frame");
-            break;
-        }
-
-        if (unitCounter == config.mSuperFrame) {
-            ++frameNum;
-            unitCounter = 1;
-            if (config.mRepeatInterval != 0 && config.mRepeatInterval < frameNum) {
-                TS_LOGI("Skipping to Read Frame[%u]", frameNum);
-                break;
-            }
-        } else {
-            ++unitCounter;
-        }
-    }
-    // The product is one more frame than indexed when a limit ended the loop.
-    TS_LOGI("Total Parsed Frames = %u", config.mSuperFrame * frameNum);
-    return TS_OK;
-}
 
 int32_t StreamParserCompressed::DeInit() {
     TS_LOGI("DeInit");
@@ -71,6 +22,7 @@ int32_t StreamParserCompressed::DeInit() {
     mSliceMode = 0;
     mBufferPtr.reset();
     mFrameOffsetTable.clear();
+    mRepeats = RepeatedPass{};
     if (mInputFile.is_open()) mInputFile.close();
     return TS_OK;
 }

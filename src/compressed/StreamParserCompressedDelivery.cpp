@@ -91,6 +91,32 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& un
     return TS_OK;
 }
 
+int32_t StreamParserCompressed::DeliverSequenceHeaders(Delivery& delivery, uint32_t frame) {
+    for (const FrameSpan& span : EarlierFrameSpans(frame)) {
+        const uint32_t before = delivery.total;
+        for (uint64_t pass = 0; pass < span.repeats; ++pass) {
+            const uint32_t bytes = delivery.total - before;
+            if (pass == 1 && (delivery.buffer.mMapOffset != 0 || bytes == 0)) {
+                // Reading the span again would leave the buffer as it is (each
+                // read overwrites the start, or adds nothing): count it only.
+                delivery.total += bytes * static_cast<uint32_t>(span.repeats - 1);
+                break;
+            }
+            for (uint32_t k = span.first; k <= span.last && k != 0; ++k) {
+                std::vector<FrameInfo> holder;
+                const std::vector<FrameInfo>* earlier = FindFrame(k, holder);
+                if (earlier == nullptr) continue;
+                for (const FrameInfo& unit : *earlier) {
+                    if (unit.mFrameType != FRAME_TYPE_CODEC_CONFIG) continue;
+                    TS_CHECK_TEXT(readData(delivery, unit, unit.mOffset, unit.mLength) != TS_OK,
+                                  "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
+                }
+            }
+        }
+    }
+    return TS_OK;
+}
+
 int32_t StreamParserCompressed::OrderedSlice(const FrameInfo& unit, uint32_t& slice,
                                              bool dryRun) const {
     const std::vector<uint32_t>& order = mConfigParam.mSliceOrder;
@@ -114,14 +140,15 @@ int32_t StreamParserCompressed::OrderedSlice(const FrameInfo& unit, uint32_t& sl
 void StreamParserCompressed::CompleteFrame(Buffer& buffer, bool wholeUnit) {
     FetchContent::BufferInfo& cursor = mFetchContent.bufferInfo;
     ++mFrameCount;
-    const uint32_t repeat = mConfigParam.mRepeatInterval;
-    if (repeat != 0 && mFrameCount % (repeat + 1) == 0) cursor.frameNum = 0;
+    // Taken in 64 bits: an interval of 0xFFFFFFFF makes the period 2^32, not 0.
+    const uint64_t period = static_cast<uint64_t>(mConfigParam.mRepeatInterval) + 1;
+    if (period != 1 && mFrameCount % period == 0) cursor.frameNum = 0;
     buffer.mTimestamp = static_cast<uint64_t>(cursor.frameNum) * kMicrosPerFrame;
     cursor.bufferNum = 0;
     cursor.sliceNum = 1;
     ++cursor.frameNum;
     buffer.mEndOfFrame = 1;
-    if (wholeUnit && mConfigParam.mLoopFrames == 0 && mFrameOffsetTable.size() < cursor.frameNum) {
+    if (wholeUnit && mConfigParam.mLoopFrames == 0 && IndexedFrames() < cursor.frameNum) {
         TS_LOGI("Reached last frame. Re-Starting from Frame 1");
         cursor.frameNum = 1;
     }
@@ -151,27 +178,20 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
 
     FetchContent::BufferInfo& cursor = mFetchContent.bufferInfo;
     uint32_t frame = EffectiveFrame(cursor.frameNum);
-    auto entry = mFrameOffsetTable.find(frame);
-    TS_CHECK_TEXT(entry == mFrameOffsetTable.end(),
+    // The table does not change while frames are delivered: read it in place
+    // (a rebuilt frame lives in holder).
+    std::vector<FrameInfo> holder;
+    const std::vector<FrameInfo>* units = FindFrame(frame, holder);
+    TS_CHECK_TEXT(units == nullptr,
                   "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())", kFrameMissing,
                   TS_ERROR);
-    // The table does not change while frames are delivered: read it in place.
-    const std::vector<FrameInfo>* units = &entry->second;
 
     Delivery delivery{*buffer, 0, 0, nullptr};
 
     // After a seek the buffer first carries every codec-config unit of the
     // frames before the target, so that a decoder can start there.
     if (mIsSeekSet) {
-        for (uint32_t k = 1; k < frame; ++k) {
-            auto earlier = mFrameOffsetTable.find(k);
-            if (earlier == mFrameOffsetTable.end()) continue;
-            for (const FrameInfo& unit : earlier->second) {
-                if (unit.mFrameType != FRAME_TYPE_CODEC_CONFIG) continue;
-                TS_CHECK_TEXT(readData(delivery, unit, unit.mOffset, unit.mLength) != TS_OK,
-                              "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
-            }
-        }
+        if (DeliverSequenceHeaders(delivery, frame) != TS_OK) return TS_ERROR;
         ClearSeekRequest();
         TS_LOGI("Total length of SEQ_HEADER before Seekpoint = %d", 0);
     }
@@ -226,18 +246,17 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
             ++cursor.frameNum;
             skip.clear();
             ++mFrameCount;
-            if (mConfigParam.mLoopFrames == 0 && mFrameOffsetTable.size() < cursor.frameNum) {
+            if (mConfigParam.mLoopFrames == 0 && IndexedFrames() < cursor.frameNum) {
                 TS_LOGI("Reached last frame. Re-Starting from Frame 1");
                 cursor.frameNum = 1;
             }
             if (mSawEOS || FrameLimitPassed()) return SignalEndOfStream(*buffer);
             // The next frame is looked up by its own number, without the
             // mLoopFrames wrap; a number beyond the table fails the call.
-            auto next = mFrameOffsetTable.find(cursor.frameNum);
-            TS_CHECK_TEXT(next == mFrameOffsetTable.end(),
+            units = FindFrame(cursor.frameNum, holder);
+            TS_CHECK_TEXT(units == nullptr,
                           "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                           kNextFrameMissing, TS_ERROR);
-            units = &next->second;
             frame = cursor.frameNum;
             frameSkipped = true;
             break;

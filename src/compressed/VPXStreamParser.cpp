@@ -13,8 +13,8 @@ uint32_t LittleEndian32(const unsigned char* b) {
 
 }  // namespace
 
-int32_t VPXStreamParser::readInputFile(void* dst, uint64_t size, uint64_t keep) {
-    mInputFile.read(dst, size, keep);
+int32_t VPXStreamParser::readInputFile(void* dst, uint64_t size) {
+    mInputFile.read(dst, size);
     if (!mInputFile || mInputFile.gcount() != size) {
         TS_LOGE("Error. Failed to Read from File");
         return TS_ERROR;
@@ -132,8 +132,10 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
     }
 
     if (toRead != 0) {
-        // Only the first byte is looked at; the rest of the frame is passed over.
-        if (readInputFile(buffer.get(), toRead, 1) != TS_OK) return TS_ERROR;
+        // Only the first byte is looked at; the rest of the frame, which lies
+        // inside the file, is passed over.
+        if (readInputFile(buffer.get(), 1) != TS_OK) return TS_ERROR;
+        mInputFile.seekg(static_cast<int64_t>(toRead - 1), std::ios_base::cur);
         // Bit 0 of the first byte clear marks a key frame; the same test is
         // applied to VP9 and to AV1 temporal units.
         added.mFrameType = (buffer.get()[0] & 1) == 0 ? FRAME_TYPE_SYNC : FRAME_TYPE_NON_SYNC;
@@ -152,6 +154,7 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
             added.mIsLastFrame = 0;
             SeekInput(0);
             mRestarted = true;
+            NotePassEnd();
         }
     }
     return TS_OK;
