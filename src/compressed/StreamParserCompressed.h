@@ -153,7 +153,7 @@ private:
         uint32_t first = 1;          // rebuilt frames first..last (none when first > last)
         uint32_t last = 0;
         uint64_t superFrame = 1;     // scanner calls per frame number (0 counts as 2^32)
-        bool started = false;        // passStart holds a call that a pass may start at
+        bool started = false;        // passStart holds a call that a pass starts at
         uint64_t passStart = 0;      // first call of the reference pass
         uint64_t passCalls = 0;      // calls per pass; 0 until the reference pass ended
         bool skipped = false;        // the indexing has passed over repeated passes
@@ -176,6 +176,9 @@ private:
     void SkipRepeatedPasses(IndexCursor& at);
     // Notes where passes over the input start and end, after call at.call.
     void TrackPasses(const IndexCursor& at);
+    // The call that ends the regime of `call`: a scanner whose calls for frame
+    // 1 differ scans alike only within frame 1, and only after it.
+    uint64_t RegimeEnd(uint64_t call) const;
     // Keeps the units of one scanner call: a new frame number's in the table,
     // a reference-pass dropped call's for rebuilding. False when the table
     // entry of the frame number ends the input.
@@ -202,6 +205,10 @@ private:
     // Reads every codec-config unit of frames 1..frame-1 into the buffer (the
     // prelude of the first delivery after a seek).
     int32_t DeliverSequenceHeaders(Delivery& delivery, uint32_t frame);
+    int32_t ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span);
+    // Adds `more` repeats of what the buffer received since `start` as reading
+    // them would; false when they do not all fit.
+    bool RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more);
     // The frame the cursor's frameNum stands for, after the mLoopFrames wrap.
     uint32_t EffectiveFrame(uint32_t frameNum) const;
     bool FrameLimitPassed() const;

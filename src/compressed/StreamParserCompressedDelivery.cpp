@@ -2,6 +2,7 @@
 // frame offset table by one positioned read per unit straight into the
 // buffer's mapping.
 #include <algorithm>
+#include <cstring>
 
 #include "compressed/StreamParserCompressed.h"
 #include "compressed/StreamParserCompressedLines.h"
@@ -91,27 +92,48 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& un
     return TS_OK;
 }
 
+int32_t StreamParserCompressed::ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span) {
+    for (uint32_t k = span.first; k <= span.last && k != 0; ++k) {
+        std::vector<FrameInfo> holder;
+        const std::vector<FrameInfo>* earlier = FindFrame(k, holder);
+        if (earlier == nullptr) continue;
+        for (const FrameInfo& unit : *earlier) {
+            if (unit.mFrameType != FRAME_TYPE_CODEC_CONFIG) continue;
+            TS_CHECK_TEXT(readData(delivery, unit, unit.mOffset, unit.mLength) != TS_OK,
+                          "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
+        }
+    }
+    return TS_OK;
+}
+
+bool StreamParserCompressed::RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more) {
+    const uint32_t bytes = delivery.total - start;
+    Buffer& buffer = delivery.buffer;
+    if (buffer.mMapOffset != 0 || bytes == 0) {
+        // Every read lands at the start of the buffer, or adds nothing: reading
+        // the span again would leave the buffer as it is.
+        delivery.total += bytes * static_cast<uint32_t>(more);
+        return true;
+    }
+    // The span's bytes follow again and again; copy the repeats that fit.
+    const uint64_t fit = std::min<uint64_t>(more, (buffer.capacity() - delivery.total) / bytes);
+    uint8_t* base = delivery.mapping->vaddr();
+    for (uint64_t i = 0; i < fit; ++i) {
+        std::memcpy(base + delivery.total, base + start, bytes);
+        delivery.total += bytes;
+    }
+    return fit == more;
+}
+
 int32_t StreamParserCompressed::DeliverSequenceHeaders(Delivery& delivery, uint32_t frame) {
     for (const FrameSpan& span : EarlierFrameSpans(frame)) {
-        const uint32_t before = delivery.total;
-        for (uint64_t pass = 0; pass < span.repeats; ++pass) {
-            const uint32_t bytes = delivery.total - before;
-            if (pass == 1 && (delivery.buffer.mMapOffset != 0 || bytes == 0)) {
-                // Reading the span again would leave the buffer as it is (each
-                // read overwrites the start, or adds nothing): count it only.
-                delivery.total += bytes * static_cast<uint32_t>(span.repeats - 1);
-                break;
-            }
-            for (uint32_t k = span.first; k <= span.last && k != 0; ++k) {
-                std::vector<FrameInfo> holder;
-                const std::vector<FrameInfo>* earlier = FindFrame(k, holder);
-                if (earlier == nullptr) continue;
-                for (const FrameInfo& unit : *earlier) {
-                    if (unit.mFrameType != FRAME_TYPE_CODEC_CONFIG) continue;
-                    TS_CHECK_TEXT(readData(delivery, unit, unit.mOffset, unit.mLength) != TS_OK,
-                                  "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
-                }
-            }
+        const uint32_t start = delivery.total;
+        if (ReadSequenceHeaders(delivery, span) != TS_OK) return TS_ERROR;
+        // A repeat that does not fit is read for real: it fails at the read
+        // that overruns the buffer.
+        if (span.repeats > 1 && !RepeatSequenceHeaders(delivery, start, span.repeats - 1) &&
+            ReadSequenceHeaders(delivery, span) != TS_OK) {
+            return TS_ERROR;
         }
     }
     return TS_OK;

@@ -79,6 +79,11 @@ int32_t StreamParserCompressed::BuildOffsetTable() {
     return TS_OK;
 }
 
+uint64_t StreamParserCompressed::RegimeEnd(uint64_t call) const {
+    const uint64_t s = mRepeats.superFrame;
+    return ScansDependOnFrameOne() && s > 1 && call < s ? s : UINT64_MAX;
+}
+
 void StreamParserCompressed::TrackPasses(const IndexCursor& at) {
     RepeatedPass& r = mRepeats;
     // Only an indexing that may pass the full-table limits needs passes.
@@ -86,23 +91,17 @@ void StreamParserCompressed::TrackPasses(const IndexCursor& at) {
     if (r.passCalls != 0 || (frames <= mFullTableFrames && frames * r.superFrame <= 4ull * mFullTableFrames)) {
         return;
     }
-    // A pass may start where the scanner scans as at the first call: at call 0,
-    // and after each rewind, unless calls for frame 1 scan differently and
-    // frame 1 is not over.
-    auto mayStartAt = [this, &r](uint64_t call) {
-        return !ScansDependOnFrameOne() || r.superFrame == 1 || call >= r.superFrame;
-    };
-    if (at.call == 0 && mayStartAt(0)) {
-        r.started = true;
-        r.passStart = 0;
-    }
+    // A pass may start where the scanner scans as at the first call: at call 0
+    // and after each rewind. It must end in the regime it started in.
+    if (at.call == 0) r.started = true;
     if (!mPassEnded || mInputFile.tellg() != 0) return;
-    if (r.started) {
+    if (r.started && RegimeEnd(r.passStart) == RegimeEnd(at.call)) {
         r.passCalls = at.call + 1 - r.passStart;
-    } else if (mayStartAt(at.call + 1)) {
-        r.started = true;
-        r.passStart = at.call + 1;
+        return;
     }
+    r.started = true;
+    r.passStart = at.call + 1;
+    r.droppedCalls.clear();
 }
 
 bool StreamParserCompressed::KeepCall(const IndexCursor& at, std::vector<FrameInfo>&& framelist) {
@@ -131,21 +130,33 @@ void StreamParserCompressed::SkipRepeatedPasses(IndexCursor& at) {
     uint64_t end = config.mFrames - 1;
     if (config.mLoopFrames != 0) end = std::min<uint64_t>(end, config.mLoopFrames);
     if (config.mRepeatInterval != 0) end = std::min<uint64_t>(end, config.mRepeatInterval);
-    const uint64_t limitCall = end * r.superFrame;  // below 2^64
+    const uint64_t limitCall = std::min(end * r.superFrame, RegimeEnd(r.passStart));  // below 2^64
     if (limitCall <= at.call) return;
     const uint64_t passes = (limitCall - at.call) / r.passCalls;
     if (passes == 0) return;
 
     const uint64_t from = at.call;
     const uint64_t to = from + passes * r.passCalls;
-    r.skipped = true;
-    r.first = static_cast<uint32_t>((from + r.superFrame - 1) / r.superFrame + 1);
-    r.last = static_cast<uint32_t>((to - 1) / r.superFrame + 1);
+    const uint32_t first = static_cast<uint32_t>((from + r.superFrame - 1) / r.superFrame + 1);
+    const uint32_t last = static_cast<uint32_t>((to - 1) / r.superFrame + 1);
     at.call = to;
     at.frameNum = static_cast<uint32_t>(to / r.superFrame + 1);
     at.unitCounter = static_cast<uint32_t>(to % r.superFrame + 1);
-    TS_LOGI("%llu scanner calls repeat earlier passes over the input: not made (frames %u to %u rebuilt)",
-            static_cast<unsigned long long>(to - from), r.first, r.last);
+    if (first <= last) {
+        r.first = first;
+        r.last = last;
+        r.skipped = true;
+        TS_LOGI("%llu scanner calls repeat earlier passes over the input: not made (frames %u to %u rebuilt)",
+                static_cast<unsigned long long>(to - from), first, last);
+        return;
+    }
+    // Only calls of one frame number were passed over; the next regime needs
+    // a reference pass of its own.
+    TS_LOGI("%llu scanner calls repeat earlier passes over the input: not made",
+            static_cast<unsigned long long>(to - from));
+    r.started = false;
+    r.passCalls = 0;
+    r.droppedCalls.clear();
 }
 
 const std::vector<StreamParserCompressed::FrameInfo>* StreamParserCompressed::PassCall(

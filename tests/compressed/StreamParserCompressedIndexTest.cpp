@@ -64,10 +64,10 @@ std::string Frame(const StreamParserCompressed& parser, uint32_t f) {
 }
 
 // One Process call (after GetBufferLength) as text: bytes by hash, length, flags, timing.
-std::string Step(StreamParserCompressed& parser, uint64_t mapOffset = 0) {
+std::string Step(StreamParserCompressed& parser, uint64_t mapOffset = 0, uint64_t capacity = 1 << 20) {
     std::ostringstream out;
     out << "len? " << static_cast<int32_t>(parser.GetBufferLength());
-    auto buffer = MakeClientBuffer(1 << 20, 0, static_cast<uint32_t>(mapOffset));
+    auto buffer = MakeClientBuffer(capacity, 0, static_cast<uint32_t>(mapOffset));
     const int32_t status = parser.Process(buffer);
     const auto bytes = ReadValid(*buffer);
     out << " st " << status << " hash " << std::hash<std::string>()(std::string(bytes.begin(), bytes.end()))
@@ -103,7 +103,7 @@ const RepeatCase kRepeatCases[] = {
     {"HevcGop", "h265/idr_gop.265", "frames=40 super=2", 3},
     {"Vp8", "vpx/vp8_kf4.ivf", "frames=41", 5},
     {"VpxSuperFrames", "vpx/twenty.ivf", "frames=30 super=2", 3},
-    {"VpxFrameOneSpansPasses", "vpx/twenty.ivf", "frames=9 super=9", 1},
+    {"VpxFrameOneLong", "vpx/twenty.ivf", "frames=9 super=30", 1},
     {"Av1Ivf", "av1/kf4.ivf", "frames=43", 5},
     {"Av1Obu", "av1/tile_groups.obu", "frames=40 slices", 3},
     {"Av1Section5", "av1/kf4_section5.obu", "frames=37 super=2", 3},
@@ -144,14 +144,19 @@ TEST_P(RebuiltFrames, SeekAsIntoScannedFrames) {
     const uint32_t n = static_cast<uint32_t>(reference->frameOffsetTable().size());
     for (uint32_t mode : {1u, 2u}) {
         for (uint32_t target : {n / 2, n - 3, n - 1, n}) {
-            for (uint64_t mapOffset : {0, 4096}) {
+            for (uint64_t mapOffset : {0, 4096, 1}) {
+                // 1: map offset 0 and a buffer too small for many sequence headers
+                const uint64_t capacity = mapOffset == 1 ? 300 : 1 << 20;
+                mapOffset = mapOffset == 1 ? 0 : mapOffset;
                 SCOPED_TRACE("mode " + std::to_string(mode) + " target " + std::to_string(target) +
-                             " map offset " + std::to_string(mapOffset));
+                             " map offset " + std::to_string(mapOffset) + " capacity " + std::to_string(capacity));
                 auto full = MakeParser(codec);
                 auto limited = MakeLimited(codec, c.limit);
                 InitBoth(*full, *limited);
                 ASSERT_EQ(SeekTo(*limited, mode, target), SeekTo(*full, mode, target));
-                for (int call = 0; call < 3; ++call) ASSERT_EQ(Step(*limited, mapOffset), Step(*full, mapOffset));
+                for (int call = 0; call < 3; ++call) {
+                    ASSERT_EQ(Step(*limited, mapOffset, capacity), Step(*full, mapOffset, capacity));
+                }
             }
         }
     }
