@@ -5,6 +5,7 @@
 #include "tessaro/ClientBuffer.h"
 #include "tessaro/ConfigParam.h"
 #include "tessaro/Export.h"
+#include "tessaro/FrameIndex.h"
 #include "tessaro/ProcessorKeys.h"
 #include "tessaro/Status.h"
 #include "tessaro/TessaroFactory.h"

@@ -1,10 +1,5 @@
 #include "compressed/ByteSource.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 
 #include "compressed/StartCodeAccumulator.h"
@@ -14,27 +9,11 @@ namespace tessaro {
 
 std::atomic<bool> ByteSource::sShortcuts{true};
 
-ByteSource::~ByteSource() {
-    if (mFd >= 0) ::close(mFd);
-}
-
 bool ByteSource::open(const std::string& path) {
-    if (mFd >= 0) {
+    if (mFile.IsOpen() || !mFile.OpenForReading(path)) {
         mState |= kFail;
         return false;
     }
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        mState |= kFail;
-        return false;
-    }
-    struct stat st {};
-    if (fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
-        ::close(fd);
-        mState |= kFail;
-        return false;
-    }
-    mFd = fd;
     mPos = 0;
     mBufStart = 0;
     mBufLen = 0;
@@ -44,24 +23,17 @@ bool ByteSource::open(const std::string& path) {
 }
 
 void ByteSource::close() {
-    if (mFd < 0) {
+    if (!mFile.IsOpen()) {
         mState |= kFail;
         return;
     }
-    if (::close(mFd) != 0) mState |= kFail;
-    mFd = -1;
+    if (!mFile.Close()) mState |= kFail;
     mBufLen = 0;
-}
-
-uint64_t ByteSource::size() const {
-    struct stat st {};
-    if (mFd < 0 || fstat(mFd, &st) != 0) return 0;
-    return static_cast<uint64_t>(st.st_size);
 }
 
 ByteSource& ByteSource::seekg(int64_t offset, std::ios_base::seekdir dir) {
     mState &= static_cast<uint8_t>(~kEof);
-    if (fail() || mFd < 0) {
+    if (fail() || !mFile.IsOpen()) {
         mState |= kFail;
         return *this;
     }
@@ -79,27 +51,17 @@ ByteSource& ByteSource::seekg(int64_t offset, std::ios_base::seekdir dir) {
 
 bool ByteSource::Refill() {
     if (mBuf.size() != kReadAhead) mBuf.resize(kReadAhead);
-    for (;;) {
-        const ssize_t n = pread(mFd, mBuf.data(), kReadAhead, static_cast<off_t>(mPos));
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            mBufLen = 0;
-            mState |= kBad | kFail;
-            return false;
-        }
-        mBufStart = mPos;
-        mBufLen = static_cast<uint64_t>(n);
-        if (n == 0) {
-            mState |= kEof | kFail;
-            return false;
-        }
-        return true;
-    }
+    bool error = false;
+    mBufStart = mPos;
+    mBufLen = mFile.ReadAt(mPos, mBuf.data(), kReadAhead, &error);
+    if (mBufLen != 0) return true;
+    mState |= error ? (kBad | kFail) : (kEof | kFail);
+    return false;
 }
 
 ByteSource& ByteSource::get(uint8_t& byte) {
     mGcount = 0;
-    if (!good() || mFd < 0) {
+    if (!good() || !mFile.IsOpen()) {
         mState |= kFail;
         return *this;
     }
@@ -114,7 +76,7 @@ ByteSource& ByteSource::get(uint8_t& byte) {
 
 ByteSource& ByteSource::read(void* dst, uint64_t n) {
     mGcount = 0;
-    if (!good() || mFd < 0) {
+    if (!good() || !mFile.IsOpen()) {
         mState |= kFail;
         return *this;
     }
@@ -161,7 +123,7 @@ ByteSource& ByteSource::read(void* dst, uint64_t n, uint64_t keep) {
 }
 
 uint64_t ByteSource::SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t max) {
-    if (!Shortcuts() || !good() || mFd < 0) return 0;
+    if (!Shortcuts() || !good() || !mFile.IsOpen()) return 0;
     if (mPos < mBufStart || mPos >= mBufStart + mBufLen) return 0;
     const uint8_t* p = mBuf.data() + (mPos - mBufStart);
     const uint64_t have = mBufStart + mBufLen - mPos;
@@ -184,21 +146,6 @@ uint64_t ByteSource::SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t m
     }
     mPos += k;
     return k;
-}
-
-uint64_t ByteSource::ReadAt(uint64_t offset, void* dst, uint64_t n) const {
-    if (mFd < 0) return 0;
-    auto* out = static_cast<uint8_t*>(dst);
-    uint64_t done = 0;
-    while (done < n) {
-        const uint64_t chunk = (n - done) > (1u << 30) ? (1u << 30) : (n - done);
-        const ssize_t got = pread(mFd, out + done, static_cast<size_t>(chunk),
-                                  static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) break;
-        done += static_cast<uint64_t>(got);
-    }
-    return done;
 }
 
 }  // namespace tessaro

@@ -29,6 +29,8 @@
 #include <string>
 #include <vector>
 
+#include "framework/File.h"
+
 namespace tessaro {
 
 class StartCodeAccumulator;
@@ -36,15 +38,15 @@ class StartCodeAccumulator;
 class ByteSource {
 public:
     ByteSource() = default;
-    ~ByteSource();
     ByteSource(const ByteSource&) = delete;
     ByteSource& operator=(const ByteSource&) = delete;
 
     // Opens path for reading. Fails (and sets the fail state) when the source
-    // is already open, the path cannot be opened, or it names a directory. On
+    // is already open, the path cannot be opened, or it names no file of bytes
+    // (a directory, a FIFO, a character device; refused without blocking). On
     // success the state is cleared and the position is 0.
     bool open(const std::string& path);
-    bool is_open() const { return mFd >= 0; }
+    bool is_open() const { return mFile.IsOpen(); }
     // Closes the file; closing a source that is not open sets the fail state.
     void close();
 
@@ -89,10 +91,13 @@ public:
     // One positioned read of up to n bytes at offset into dst, without touching
     // the read position or the state. Returns the bytes read (short at the end
     // of the file or on an error).
-    uint64_t ReadAt(uint64_t offset, void* dst, uint64_t n) const;
+    uint64_t ReadAt(uint64_t offset, void* dst, uint64_t n) const { return mFile.ReadAt(offset, dst, n); }
 
     // Current size of the open file in bytes (0 when not open).
-    uint64_t size() const;
+    uint64_t size() const { return mFile.Size(); }
+
+    // The open file, for moving units straight into client buffers.
+    const File& file() const { return mFile; }
 
 private:
     static constexpr uint8_t kEof = 1;
@@ -106,7 +111,7 @@ private:
 
     static std::atomic<bool> sShortcuts;
 
-    int mFd = -1;
+    File mFile;
     uint64_t mPos = 0;        // read position
     uint64_t mBufStart = 0;   // file offset of mBuf[0]
     uint64_t mBufLen = 0;     // valid bytes in mBuf

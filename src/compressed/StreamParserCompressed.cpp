@@ -12,7 +12,7 @@ using namespace compressed_lines;
 
 int32_t StreamParserCompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mState = STATE::STOPPED;
     mSawEOS = false;
     mIsSeekSet = false;

@@ -1,9 +1,5 @@
 #include "container/StreamParserContainer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 
@@ -30,7 +26,7 @@ StreamParserContainer::Header::Header(const void* data, uint64_t size) {
 StreamParserContainer::Header::~Header() { free(mData); }
 
 // Headers go first (they free their blobs), then the format and extractor;
-// the input descriptor and stream, still open if DeInit never ran, close last.
+// the input file, still open if DeInit never ran, close last.
 StreamParserContainer::~StreamParserContainer() {
     while (!mHeaders.empty()) mHeaders.pop();
     mFormat.reset();
@@ -46,18 +42,11 @@ int32_t StreamParserContainer::Init() {
     const char* path = mConfigParam.mInputFileName.c_str();
 
     mExtractor.reset(AMediaExtractor_new(), MediaExtractor_deleter());
-    // A second Init replaces the descriptor and stream of the first one.
-    mFD.reset(open(path, O_RDONLY | O_CLOEXEC));
-    TS_CHECK_TEXT(mFD.get() < 0, "mFD < 0", 44, TS_ERROR);
-    mFILE.reset(fopen(path, "rb"));
-    TS_CHECK(mFILE == nullptr, 47, TS_ERROR);
-
-    struct stat st {};
-    if (fstat(mFD.get(), &st) != 0) {
-        TS_LOGE("Failed to get the file attributes for %s", path);
-        return TS_ERROR;
-    }
-    if (AMediaExtractor_setDataSourceFd(mExtractor.get(), mFD.get(), 0, st.st_size) != AMEDIA_OK) {
+    // A second Init replaces the input of the first one.
+    mFD.Close();
+    TS_CHECK_TEXT(!mFD.OpenForReading(path), "mFD < 0", 44, TS_ERROR);
+    const off64_t size = static_cast<off64_t>(mFD.Size());
+    if (AMediaExtractor_setDataSourceFd(mExtractor.get(), mFD.fd(), 0, size) != AMEDIA_OK) {
         TS_LOGE("Failed to set the data source for extractor");
         return TS_ERROR;
     }
@@ -87,11 +76,7 @@ int32_t StreamParserContainer::Init() {
         TS_LOGI("Found track (%s) in file (%s)", trackMime, path);
     }
     if (match == nullptr) {
-        if (fseek(mFILE.get(), 0, SEEK_SET) != 0) {
-            TS_REPORT("fseek(mFILE, 0, SEEK_SET) != 0", 100);
-        } else {
-            TS_LOGE("Couldn't find track in (%s)", path);
-        }
+        TS_LOGE("Couldn't find track in (%s)", path);
         return TS_ERROR;
     }
 
@@ -99,8 +84,6 @@ int32_t StreamParserContainer::Init() {
     mFormat.reset(match.release(), MediaFormat_deleter());
     AMediaExtractor_selectTrack(mExtractor.get(), static_cast<size_t>(mTrackIndex));
     TS_LOGI("Found track (%s) in file (%s)", wanted.c_str(), path);
-    TS_CHECK_TEXT(fseek(mFILE.get(), 0, SEEK_SET) != 0, "fseek(mFILE, 0, SEEK_SET) != 0", 100,
-                  TS_ERROR);
 
     QueueHeaders();
     TS_LOGI("Header count in Track = %u", static_cast<unsigned>(mHeaders.size()));
@@ -126,12 +109,15 @@ void StreamParserContainer::QueueHeaders() {
 
 int32_t StreamParserContainer::fillFrame(const std::shared_ptr<Buffer>& buffer, const void* data,
                                          uint64_t length, uint64_t& totalLength) {
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     TS_LOGW("buffer->capacity() %u totalLength %u length %u", static_cast<unsigned>(buffer->capacity()),
             static_cast<unsigned>(totalLength), static_cast<unsigned>(length));
     TS_CHECK(buffer->capacity() - totalLength < length, 746, -2);
-    if (mapping.vaddr() == nullptr || data == nullptr) {
-        if (mapping.vaddr() == nullptr) {
+    const uint64_t copied = data != nullptr ? length : 0;
+    const ClientBufferIo::Moved moved = mClientBuffers.FillFromMemory(*buffer, totalLength, data, copied);
+    // A buffer whose memory cannot take the bytes counts as a missing destination.
+    const bool noDestination = !moved.usable || moved.bytes < copied;
+    if (noDestination || data == nullptr) {
+        if (noDestination) {
             TS_LOGE("Invalid Destination Address");
         } else {
             TS_LOGE("Invalid Source Address");
@@ -139,7 +125,6 @@ int32_t StreamParserContainer::fillFrame(const std::shared_ptr<Buffer>& buffer, 
         TS_REPORT("copyData(mapping->vaddr() + totalLength, data, length) == TS_ERROR", 750);
         return TS_ERROR;
     }
-    if (length != 0) memcpy(mapping.vaddr() + totalLength, data, length);
     totalLength += length;
     return TS_OK;
 }
@@ -188,17 +173,18 @@ int32_t StreamParserContainer::Process(std::shared_ptr<Buffer> buffer) {
         TS_LOGI("Reached the End of Stream");
     } else {
         AMediaExtractor* extractor = mExtractor.get();
-        std::unique_ptr<uint8_t[]> localBuffer(new (std::nothrow) uint8_t[kSampleScratchSize]);
+        // One scratch block per run, taken by the first sample and kept.
+        if (mSampleScratch == nullptr) mSampleScratch.reset(new (std::nothrow) uint8_t[kSampleScratchSize]);
+        uint8_t* const localBuffer = mSampleScratch.get();
         const ssize_t sampleSize =
-            localBuffer ? AMediaExtractor_readSampleData(extractor, localBuffer.get(), kSampleScratchSize)
-                        : -1;
+            localBuffer ? AMediaExtractor_readSampleData(extractor, localBuffer, kSampleScratchSize) : -1;
         if (sampleSize < 0) {
             TS_LOGE("Failed to read the sample data");
             return TS_ERROR;
         }
         const int64_t sampleTime = AMediaExtractor_getSampleTime(extractor);
         const int32_t filled =
-            fillFrame(buffer, localBuffer.get(), static_cast<uint64_t>(sampleSize), totalLength);
+            fillFrame(buffer, localBuffer, static_cast<uint64_t>(sampleSize), totalLength);
         TS_CHECK_TEXT(filled != TS_OK, "fillFrame(localBuffer, sampleSize) != TS_OK", 803, TS_ERROR);
         buffer->mFlags = 0;
         buffer->mTimestamp = static_cast<uint64_t>(sampleTime);
@@ -223,16 +209,16 @@ int32_t StreamParserContainer::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserContainer::DeInit() {
     TS_LOGW("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
+    mSampleScratch.reset();
     mSawEOS = false;
     mSawInputEOS = false;
-    mFD.reset();  // the extractor reads through a descriptor of its own
+    mFD.Close();  // the extractor reads through a descriptor of its own
     mTrackIndex = -1;
     mTrackCount = -1;
     mFrameCount = 1;
     mRunCounter = 1;
     mRunIndex = 0;
-    mFILE.reset();
     return TS_OK;
 }
 

@@ -19,7 +19,7 @@
 #include <media/NdkMediaFormat.h>
 
 #include "framework/TessaroImpl.h"
-#include "framework/UniqueFd.h"
+#include "framework/File.h"
 
 namespace tessaro {
 
@@ -62,7 +62,7 @@ public:
     int32_t Init() override;
     // Delivers the next header, else the next sample; see the class comment.
     int32_t Process(std::shared_ptr<Buffer> buffer) override;
-    // Forgets the run's counters and releases the input descriptor and stream.
+    // Forgets the run's counters and releases the input file.
     // The extractor, its position, the queued headers and the state stay.
     int32_t DeInit() override;
     // Always refused: TS_ERROR.
@@ -77,19 +77,13 @@ public:
 
     // Read access for tests and tools.
     bool sawEOS() const { return mSawEOS; }
-    int fd() const { return mFD.get(); }
-    bool hasInputStream() const { return mFILE != nullptr; }
+    int fd() const { return mFD.fd(); }
     int trackIndex() const { return mTrackIndex; }
     int trackCount() const { return mTrackCount; }
     uint32_t frameCount() const { return mFrameCount; }
     size_t pendingHeaders() const { return mHeaders.size(); }
 
 private:
-    // An owned descriptor: closed when replaced or destroyed, never twice.
-    struct FileCloser {
-        void operator()(FILE* file) const { fclose(file); }
-    };
-
     // Copies length bytes into the buffer at totalLength and advances it:
     // TS_OK, -2 when they do not fit, TS_ERROR for a missing address.
     int32_t fillFrame(const std::shared_ptr<Buffer>& buffer, const void* data, uint64_t length,
@@ -100,15 +94,15 @@ private:
 
     bool mSawEOS = false;      // the extractor ran out or the last sample went out
     bool mSawInputEOS = false; // cleared with mSawEOS, otherwise unused
-    UniqueFd mFD;              // the input file as handed to the extractor
+    File mFD;                  // the input file as handed to the extractor
     int mTrackIndex = -1;      // the selected track
     int mTrackCount = -1;      // tracks in the file
     uint32_t mFrameCount = 1;  // one more than the samples delivered
-    std::unique_ptr<FILE, FileCloser> mFILE;  // the input again, for the rewind check
     std::shared_ptr<AMediaFormat> mFormat;
     std::shared_ptr<AMediaExtractor> mExtractor;
     std::unordered_map<uint32_t, std::vector<uint64_t>> mFrameTable;  // never filled
     std::queue<std::unique_ptr<Header>> mHeaders;  // csd blobs still to deliver
+    std::unique_ptr<uint8_t[]> mSampleScratch;     // kSampleScratchSize bytes, the sample read last
     uint64_t mRunCounter = 1;  // reset by DeInit, otherwise unused
     uint32_t mRunIndex = 0;    // reset by DeInit, otherwise unused
 };

@@ -1,6 +1,5 @@
-// NV12MOSAInterlaceStreamParser: reads interlaced NV12 MOSA pictures, each stored as two
-// fields and sized for the full frame height; reads and logs as
-// NV12MOSAStreamParser.
+// NV12MOSAInterlaceStreamParser: reads NV12 MOSA pictures stored as two fields
+// and sized for the full frame height, as NV12MOSAStreamParser does, under its tag.
 #pragma once
 
 #include "uncompressed/NV12MOSAStreamParser.h"
@@ -9,10 +8,7 @@ namespace tessaro {
 
 class NV12MOSAInterlaceStreamParser : public NV12MOSAStreamParser {
 public:
-    // Fixes the picture size (the same in the buffer and in the file) on the
-    // first call and returns mSuperFrame x mBufferSize; 0 when not running, on
-    // a zero width or height, after EOS, or when the layout has no size for it.
-    uint32_t GetBufferLength() override;
+    NV12MOSAInterlaceStreamParser() : NV12MOSAStreamParser(formats::kNV12MosaInterlace) {}
 };
 
 }  // namespace tessaro

@@ -45,26 +45,20 @@ int32_t PatternGenerator::Process(std::shared_ptr<Buffer> buffer) {
     return TS_OK;
 }
 
-uint32_t PatternGenerator::PatternBufferLength(uint32_t format, int stateLine, GeometryCheck first,
-                                               GeometryCheck second) {
-    const uint32_t size =
-        VideoBufferLayout_GetBufferSize(format, mConfigParam.mStride, mConfigParam.mScanlines);
-    return BufferLengthFor(kLogTag, stateLine, first, second, size, mFileBufferSize);
-}
-
 int32_t PatternGenerator::RefuseOversizedPicture() {
     TS_LOGE("Error. Picture does not fit in the buffer.");
     return -2;
 }
 
-int32_t PatternGenerator::DrawYuvPattern(const std::shared_ptr<Buffer>& buffer, uint32_t format,
-                                         bool clearAll, bool fullHeightChroma, int nullLine,
-                                         int vaddrLine) {
+int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
-    if (buffer == nullptr) return ReportFailure(kLogTag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return ReportFailure(kLogTag, "vaddr == nullptr", vaddrLine, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
+    const uint32_t format = mFormat.bufferSize.code;
+    const bool clearAll = mFormat.pattern == Pattern::kYuvClearCapacity;
+    const bool fullHeightChroma = mFormat.planes == Planes::kSemiPlanar422;
 
     const int64_t width = mConfigParam.mWidth;
     const int64_t height = mConfigParam.mHeight;

@@ -24,20 +24,14 @@ public:
     // mFrames is done. 0 when drawn or returned empty.
     int32_t Process(std::shared_ptr<Buffer> buffer) override;
 
+    // Draws the YUV block (luma mPatternY, chroma pairs mPatternU, mPatternV) at
+    // the pitches the layout library gives the format's colour code. 0; -4 for
+    // an empty pointer, -2 when the buffer cannot be mapped or the drawing
+    // would reach past it.
+    int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
+
 protected:
-    PatternGenerator() = default;
-
-    // The shared GetBufferLength of the generators: sizes the picture with the
-    // layout library's GetBufferSize(format, mStride, mScanlines) on the first call.
-    uint32_t PatternBufferLength(uint32_t format, int stateLine, GeometryCheck first,
-                                 GeometryCheck second);
-
-    // Draws the YUV block (luma mPatternY, chroma pairs mPatternU, mPatternV) in
-    // the layout `format` asks the layout library for. `clearAll` clears the
-    // whole capacity first, else the first mBufferSize bytes; `fullHeightChroma`
-    // draws chroma on the luma block's rows (4:2:2) instead of half of them.
-    int32_t DrawYuvPattern(const std::shared_ptr<Buffer>& buffer, uint32_t format, bool clearAll,
-                           bool fullHeightChroma, int nullLine, int vaddrLine);
+    explicit PatternGenerator(const PictureFormat& format) : StreamParserUncompressed(format) {}
 
     // Logs that the drawing would reach outside the client's buffer; -2.
     static int32_t RefuseOversizedPicture();

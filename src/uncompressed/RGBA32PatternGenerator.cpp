@@ -4,11 +4,6 @@
 
 namespace tessaro {
 
-uint32_t RGBA32PatternGenerator::GetBufferLength() {
-    return PatternBufferLength(8, 378, {mConfigParam.mWidth == 0, "mConfigParam.mWidth == 0", 379},
-                               {mConfigParam.mHeight == 0, "mConfigParam.mHeight == 0", 380});
-}
-
 void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue) {
     pixel[0] = static_cast<uint8_t>(red >> 2);
     pixel[1] = static_cast<uint8_t>(green >> 2);
@@ -18,10 +13,10 @@ void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t gre
 
 int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
-    TS_CHECK(buffer == nullptr, 333, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    TS_CHECK(vaddr == nullptr, 340, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
     const uint64_t width = mConfigParam.mWidth;
     const uint64_t height = mConfigParam.mHeight;

@@ -11,9 +11,7 @@ namespace tessaro {
 
 class RGBA32PatternGenerator : public PatternGenerator {
 public:
-    // Sizes the buffer as GetBufferSize(8, mStride, mScanlines) on the first
-    // call; 0 when not running, on a zero width or height, or after EOS.
-    uint32_t GetBufferLength() override;
+    RGBA32PatternGenerator() : PatternGenerator(formats::kPatternRGBA32) {}
 
     // Clears mBufferSize bytes and draws the block; 0, -4 for an empty pointer,
     // -2 when the buffer cannot be mapped or the block would reach past it.
@@ -24,6 +22,8 @@ public:
     virtual void setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue);
 
 protected:
+    explicit RGBA32PatternGenerator(const PictureFormat& format) : PatternGenerator(format) {}
+
     static constexpr uint16_t kColourLevels[4] = {1023, 699, 511, 273};
 };
 

@@ -1,5 +1,5 @@
-// RX10MOSAStreamParser: reads packed 10-bit 4:2:0 pictures (three samples in four
-// bytes) in the MOSA layout; reads and logs as NV12MOSAStreamParser.
+// RX10MOSAStreamParser: reads packed 10-bit 4:2:0 MOSA pictures as NV12MOSAStreamParser
+// does, under its tag.
 #pragma once
 
 #include "uncompressed/NV12MOSAStreamParser.h"
@@ -8,10 +8,7 @@ namespace tessaro {
 
 class RX10MOSAStreamParser : public NV12MOSAStreamParser {
 public:
-    // Fixes the picture size (the same in the buffer and in the file) on the
-    // first call and returns mSuperFrame x mBufferSize; 0 when not running, on
-    // a zero width or height, after EOS, or when the layout has no size for it.
-    uint32_t GetBufferLength() override;
+    RX10MOSAStreamParser() : NV12MOSAStreamParser(formats::kRX10Mosa) {}
 };
 
 }  // namespace tessaro

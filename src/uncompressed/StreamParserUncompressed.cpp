@@ -1,10 +1,6 @@
 #include "uncompressed/StreamParserUncompressed.h"
 
-#include <fcntl.h>
-
 #include <cmath>
-
-#include "framework/GatheredIo.h"
 
 namespace tessaro {
 
@@ -28,12 +24,10 @@ int32_t StreamParserUncompressed::Init() {
     // A second Init without DeInit starts over on the file named now.
     if (mInputFile.is_open()) mInputFile.close();
     mInputFile.clear();
-    mInputFile.open(mConfigParam.mInputFileName, std::ios::in | std::ios::binary);
+    mInputFile.open(mConfigParam.mInputFileName);
     TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    // A second descriptor of the same file serves the gathered picture reads.
-    mInputFd.reset(open(mConfigParam.mInputFileName.c_str(), O_RDONLY | O_CLOEXEC));
     mInputFile.seekg(0, std::ios::end);
-    const std::streamoff end = mInputFile.tellg();
+    const int64_t end = mInputFile.tellg();
     mFileSize = end > 0 ? static_cast<uint64_t>(end) : 0;
     TS_CHECK(mFileSize == 0, 29, -4);
     mInputFile.seekg(0, std::ios::beg);
@@ -78,7 +72,7 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
             TS_LOGI("Reached file start. Change the reading dir. to Forward");
             target = 0;
         }
-        mInputFile.seekg(static_cast<std::streamoff>(target), std::ios::beg);
+        mInputFile.seekg(static_cast<int64_t>(target), std::ios::beg);
         pos = target;
     }
 
@@ -86,14 +80,14 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
     if (mConfigParam.mSpare == 0 && IsLastBuffer(step)) MarkLastBuffer(kLogTag, *buffer, mFrameCount);
     // Reading backward, the next step back starts from the pictures just read.
-    if (mReadDirection == kBackward) mInputFile.seekg(static_cast<std::streamoff>(pos), std::ios::beg);
+    if (mReadDirection == kBackward) mInputFile.seekg(static_cast<int64_t>(pos), std::ios::beg);
     StampBuffer(*buffer, true);
     return TS_OK;
 }
 
 int32_t StreamParserUncompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mSawEOS = false;
     mFileSize = 0;
     mBufferSize = 0;
@@ -103,7 +97,6 @@ int32_t StreamParserUncompressed::DeInit() {
     mTimestampDelta = 33333.0f;
     mReadDirection = kForward;
     if (mInputFile.is_open()) mInputFile.close();  // a failed close sets the fail bit itself
-    mInputFd.reset();
     return TS_OK;
 }
 
@@ -112,52 +105,69 @@ int32_t StreamParserUncompressed::Seek() {
     return TS_ERROR;
 }
 
-uint32_t StreamParserUncompressed::BufferLengthFor(const char* tag, int stateLine,
-                                                   GeometryCheck first, GeometryCheck second,
-                                                   uint32_t bufferSize, uint32_t fileBufferSize) {
+PictureGeometry StreamParserUncompressed::Geometry() const {
+    const ConfigParam& c = mConfigParam;
+    return {c.mWidth, c.mHeight, c.mStride, c.mScanlines};
+}
+
+int32_t StreamParserUncompressed::Refuse(const char* text, int line, int32_t status) const {
+    return ReportFailure(mFormat.tag, text, line, status);
+}
+
+uint32_t StreamParserUncompressed::GetBufferLength() {
+    const char* const tag = mFormat.tag;
+    const ConfigParam& c = mConfigParam;
+    const int line = mFormat.stateLine;
     __android_log_print(kLogInfo, tag, "GetBufferLength");
-    if (mState != STATE::RUNNING) return ReportFailure(tag, "mState != STATE::RUNNING", stateLine, 0);
-    if (first.failed) return ReportFailure(tag, first.text, first.line, 0);
-    if (second.failed) return ReportFailure(tag, second.text, second.line, 0);
+    if (mState != STATE::RUNNING) return Refuse("mState != STATE::RUNNING", line, 0);
+    if (mFormat.checksStride) {
+        if (c.mStride == 0) return Refuse("mConfigParam.mStride == 0", line + 1, 0);
+        if (c.mScanlines == 0) return Refuse("mConfigParam.mScanlines == 0", line + 2, 0);
+    } else {
+        if (c.mWidth == 0) return Refuse("mConfigParam.mWidth == 0", line + 1, 0);
+        if (c.mHeight == 0) return Refuse("mConfigParam.mHeight == 0", line + 2, 0);
+    }
     if (mSawEOS) {
         __android_log_print(kLogInfo, tag, "Already reached EOS.");
         return 0;
     }
     if (mBufferSize == 0) {
-        mBufferSize = bufferSize;
-        mFileBufferSize = fileBufferSize;
+        mBufferSize = mFormat.bufferSize.Of(Geometry());
+        if (mFormat.fileSize.kind != SizeRule::kUnset) mFileBufferSize = mFormat.fileSize.Of(Geometry());
     }
-    const uint32_t length = mConfigParam.mSuperFrame * mBufferSize;
+    const uint32_t length = c.mSuperFrame * mBufferSize;
     __android_log_print(kLogInfo, tag, "Buffer length = %d", static_cast<int>(length));
     return length;
 }
 
-int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>& buffer,
-                                                  const char* tag, int nullLine, int vaddrLine,
-                                                  const RowRun* runs, size_t runCount,
-                                                  uint64_t pictureDistance) {
-    if (buffer == nullptr) return ReportFailure(tag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+// The geometry is checked once, against the whole buffer, before any row is
+// read; the row loop below checks only the reads.
+int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
+    const char* const tag = mFormat.tag;
+    __android_log_print(kLogInfo, tag, mFormat.readEntry, static_cast<int>(mBufferSize));
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return ReportFailure(tag, "vaddr == nullptr", vaddrLine, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
+    const PictureRuns picture = RunsOf(mFormat, Geometry(), mBufferSize, ChromaRows::kReader);
     const uint64_t pictures = mConfigParam.mSuperFrame;
-    const uint64_t end = RowRunsEnd(runs, runCount);
-    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(pictureDistance) + end >
+    const uint64_t end = picture.End();
+    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(picture.pictureDistance) + end >
                         buffer->capacity()) {
         __android_log_print(kLogError, tag, "Error. Picture does not fit in the buffer.");
         return -2;
     }
 
     for (uint64_t i = 0; i < pictures; ++i) {
-        uint8_t* const base = vaddr + i * pictureDistance;
-        if (ReadPictureGathered(base, runs, runCount)) continue;
-        for (size_t r = 0; r < runCount; ++r) {
-            const RowRun& run = runs[r];
+        uint8_t* const base = vaddr + i * picture.pictureDistance;
+        if (ReadPictureGathered(base, picture)) continue;
+        for (size_t r = 0; r < picture.count; ++r) {
+            const RowRun& run = picture.runs[r];
             if (run.End() == 0) continue;
             for (uint64_t row = 0; row < run.rows; ++row) {
                 char* const dst = reinterpret_cast<char*>(base + run.offset + row * run.pitch);
-                mInputFile.read(dst, static_cast<std::streamsize>(run.rowBytes));
+                mInputFile.read(dst, run.rowBytes);
                 if (mInputFile.bad() || mInputFile.fail() ||
                     static_cast<uint64_t>(mInputFile.gcount()) < run.rowBytes) {
                     __android_log_print(kLogError, tag, "Error. Fail to read Input File.");
@@ -173,9 +183,10 @@ int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>&
 // stream's position, and the stream moves past it as the row reads would have.
 // Anything else (a stream that already failed, rows reaching past the end of
 // the file) is left to the row reads, which fail exactly as they always did.
-bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const RowRun* runs,
-                                                   size_t runCount) {
-    if (mInputFd.get() < 0 || !mInputFile.good()) return false;
+bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const PictureRuns& picture) {
+    const RowRun* const runs = picture.runs;
+    const size_t runCount = picture.count;
+    if (!mInputFile.is_open() || !mInputFile.good()) return false;
     uint64_t rows = 0;
     for (size_t r = 0; r < runCount; ++r) rows += runs[r].rows;
     if (rows > kMaxGatheredRows) return false;
@@ -185,13 +196,13 @@ bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const RowRun* 
     }
     uint64_t bytes = 0;
     for (const iovec& piece : mRowPieces) bytes += piece.iov_len;
-    const std::streamoff pos = mInputFile.tellg();
+    const int64_t pos = mInputFile.tellg();
     if (bytes == 0 || pos < 0 || static_cast<uint64_t>(pos) > mFileSize ||
         bytes > mFileSize - static_cast<uint64_t>(pos)) {
         return false;
     }
-    if (ReadGathered(mInputFd.get(), mRowPieces, static_cast<uint64_t>(pos)) != bytes) return false;
-    mInputFile.seekg(pos + static_cast<std::streamoff>(bytes));
+    if (mInputFile.file().ReadGatheredAt(mRowPieces, static_cast<uint64_t>(pos)) != bytes) return false;
+    mInputFile.seekg(pos + static_cast<int64_t>(bytes));
     return !mInputFile.fail();
 }
 
@@ -218,7 +229,7 @@ void StreamParserUncompressed::MarkLastBuffer(const char* tag, Buffer& buffer, u
 
 // An unknown position (the stream failed) reads as beyond the file's end.
 uint64_t StreamParserUncompressed::CurrentPosition() {
-    const std::streamoff pos = mInputFile.tellg();
+    const int64_t pos = mInputFile.tellg();
     return pos < 0 ? UINT64_MAX : static_cast<uint64_t>(pos);
 }
 

@@ -6,12 +6,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
 #include <sys/uio.h>
 
+#include "framework/File.h"
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {
@@ -43,13 +43,9 @@ public:
     uint32_t GetBufferLength() override;
 
 private:
-    struct FileCloser {
-        void operator()(FILE* file) const { std::fclose(file); }
-    };
-
     static constexpr uint64_t kRowsPerWrite = 1024;
 
-    std::unique_ptr<FILE, FileCloser> mOutputFile;
+    File mOutputFile;
     std::vector<iovec> mRowPieces;  // the rows of one run, for the gathered write
 };
 

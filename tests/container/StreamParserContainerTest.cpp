@@ -240,7 +240,7 @@ TEST(ContainerParser, BufferLengthAndSeek) {
     EXPECT_EQ(parser.SetConfig(seek), TS_ERROR);
 }
 
-// DeInit forgets the run's counters and its input descriptor and stream but
+// DeInit forgets the run's counters and its input descriptor but
 // keeps the extractor, its position, the headers and the state; a second
 // DeInit, a second Init and destruction close nothing twice and leak nothing.
 TEST(ContainerParser, DeInitAndReInitOwnTheirResources) {
@@ -251,13 +251,12 @@ TEST(ContainerParser, DeInitAndReInitOwnTheirResources) {
         Configure(parser, "HEVC", Sample("hevc.mp4"), 2);
         ASSERT_EQ(parser.Init(), TS_OK);
         EXPECT_GE(parser.fd(), 0);
-        EXPECT_TRUE(parser.hasInputStream());
         ASSERT_EQ(ProcessToEos(parser).size(), 3u);
         EXPECT_EQ(parser.DeInit(), TS_OK);
         EXPECT_TRUE(logs.Has(5, kTag, "DeInit"));
         EXPECT_EQ(parser.state(), STATE::RUNNING);
-        EXPECT_EQ(std::make_tuple(parser.fd(), parser.hasInputStream(), parser.frameCount(), parser.trackIndex(), parser.sawEOS()),
-                  std::make_tuple(-1, false, 1u, -1, false));
+        EXPECT_EQ(std::make_tuple(parser.fd(), parser.frameCount(), parser.trackIndex(), parser.sawEOS()),
+                  std::make_tuple(-1, 1u, -1, false));
         EXPECT_EQ(parser.DeInit(), TS_OK);  // nothing left to close
         // A new Init builds a new extractor and queues the headers again,
         // behind any left over.
@@ -265,7 +264,7 @@ TEST(ContainerParser, DeInitAndReInitOwnTheirResources) {
         ASSERT_EQ(parser.Init(), TS_OK);
         EXPECT_TRUE(logs.Has(4, kTag, "Header count in Track = 2"));
         EXPECT_EQ(parser.pendingHeaders(), 2u);
-        EXPECT_EQ(test::OpenDescriptorCount(), before + 3);  // ours, the extractor's, the stream's
+        EXPECT_EQ(test::OpenDescriptorCount(), before + 2);  // ours and the extractor's
     }
     EXPECT_EQ(test::OpenDescriptorCount(), before);
 }

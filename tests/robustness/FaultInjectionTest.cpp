@@ -13,6 +13,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -131,6 +132,43 @@ TEST_P(InputFaults, InputThatCannotBeRead) {
         processor->DeInit();
         processor.reset();
         EXPECT_EQ(test::OpenDescriptorCount(), descriptors);
+    }
+}
+
+// Inputs that are not files of bytes (a FIFO nobody writes to, a character
+// device, a directory) are refused at Init, without blocking, exactly as a
+// file that does not exist: same status, same log.
+TEST_P(InputFaults, InputThatIsNotAFileIsRefusedAsAMissingOne) {
+    test::ScratchDir dir;
+    const std::string sample = GetParam().sample;
+    const std::string suffix = sample.substr(sample.rfind('.'));
+    const std::string fifo = dir.File("fifo" + suffix);
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const auto initOn = [this](const std::string& path, std::vector<test::LogLine>* lines) {
+        auto processor = Make(GetParam());
+        ConfigParam config = GetParam().config;
+        config.mInputFileName = path;
+        processor->SetConfig(config);
+        test::LogCapture logs;
+        const int32_t status = processor->Init();
+        *lines = logs.lines();
+        return status;
+    };
+    std::vector<test::LogLine> missingLog;
+    const int32_t missing = initOn(dir.File("missing" + suffix), &missingLog);
+    ASSERT_LT(missing, 0);
+    for (const std::string& path : {fifo, std::string("/dev/null"), dir.path()}) {
+        SCOPED_TRACE(path);
+        std::vector<test::LogLine> log;
+        EXPECT_EQ(initOn(path, &log), missing);
+        ASSERT_EQ(log.size(), missingLog.size());
+        for (size_t i = 0; i < log.size(); ++i) {
+            EXPECT_EQ(std::tie(log[i].priority, log[i].tag), std::tie(missingLog[i].priority, missingLog[i].tag));
+            // The container parser names the file in its messages.
+            if (log[i].message.find(path) == std::string::npos) {
+                EXPECT_EQ(log[i].message, missingLog[i].message);
+            }
+        }
     }
 }
 

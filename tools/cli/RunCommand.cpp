@@ -2,6 +2,8 @@
 // (factory key, SetConfig, Init, GetBufferLength, Process until end of stream,
 // DeInit) and sends what it delivers to the matching writer, to a file, or
 // nowhere.
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,9 +16,16 @@
 
 #include <tessaro/Tessaro.h>
 
-#include "cli/ClientBuffers.h"
+#include "cli/BufferView.h"
 #include "cli/Commands.h"
+#include "cli/Interrupt.h"
+#include "cli/OutputFile.h"
+#include "cli/Reporter.h"
+#include "cli/RunInput.h"
+#include "cli/WriterSink.h"
+#include "core/Geometry.h"
 #include "core/Md5.h"
+#include "core/Progress.h"
 #include "core/Report.h"
 #include "core/RunOptions.h"
 
@@ -27,154 +36,40 @@ std::string RunHelp() {
         "tessaro run KEY [-i INPUT] [options]",
         "Runs the processor for KEY (see tessaro list) over memfd-backed buffers sized by its\n"
         "GetBufferLength, until a buffer comes back flagged end of stream. Every ConfigParam\n"
-        "field has a flag. Exit status: 0 done, 1 a processor returned a failing status (the\n"
-        "status and the failed check are named), 2 a bad command line.\n\n"
+        "field has a flag. Shows progress on a terminal; Ctrl-C stops after the current buffer,\n"
+        "closes every output and prints the partial summary.\n\n"
+        "exit status: 0 done; 1 the input cannot be used, a processor failed or an output\n"
+        "could not be written (one line says which); 2 a bad command line; 130 interrupted.\n\n"
         "examples:\n"
         "  tessaro run Parse/AVC -i in.264 -o out.264 --md5\n"
         "  tessaro run Parse/AVC -i in.264 --slice-mode --slice-order 2,1 --frames 3\n"
         "  tessaro run Parse/HEVC -i in.265 --seek 12 --seek-mode sync --seek-after 3\n"
+        "  tessaro run Parse/VPX -i in.ivf -o out.ivf\n"
         "  tessaro run Parse/NV12 -i in.yuv --size 176x144 --frames 20 -o out.yuv\n"
-        "  tessaro run Pattern/NV12 --size 64x64 --frames 8 -o pattern.yuv",
+        "  tessaro run Pattern/NV12 --size 176x144 --frames 30 -o pattern.yuv",
         RunOptionSpecs());
 }
 
 namespace {
 
-// Reports a failing call and gives the exit status for it.
-class Failure {
-public:
-    explicit Failure(LogRouter& router) : mRouter(router) {}
-    // Forgets earlier error lines: call before each library call that may fail.
-    void Arm() const { mRouter.ClearErrors(); }
-    int operator()(const std::string& what, int32_t status) const {
-        std::fprintf(stderr, "tessaro: %s failed with status %d (%s)", what.c_str(), status, StatusName(status).c_str());
-        if (!mRouter.errors().empty()) std::fprintf(stderr, ": %s", mRouter.errors().c_str());
-        std::fprintf(stderr, "\n");
-        return 1;
-    }
-
-private:
-    LogRouter& mRouter;
-};
-
-// A file the tool writes itself (--dump, --md5-file), closed on every path.
-struct OutFile {
-    std::FILE* file = nullptr;
-    ~OutFile() {
-        if (file != nullptr && file != stdout) std::fclose(file);
-    }
-};
-
-bool OpenOut(OutFile& out, const std::string& path) {
-    out.file = std::fopen(path.c_str(), "wb");
-    if (out.file == nullptr) std::fprintf(stderr, "tessaro: cannot write %s: %s\n", path.c_str(), std::strerror(errno));
-    return out.file != nullptr;
-}
-
-// Frames a delivered buffer holds, as the summary counts them.
-uint64_t FramesIn(const Buffer& buffer, const RunOptions& o) {
-    if (buffer.mLength == 0) return 0;
-    switch (o.family) {
-        case Family::Compressed: return buffer.mEndOfFrame == 1 ? 1 : 0;
-        case Family::Container: return (buffer.mFlags & Buffer::FLAG_CODEC_CONFIG) ? 0 : 1;
-        default: return o.config.mSuperFrame > 1 ? o.config.mSuperFrame : 1;
-    }
-}
-
-// The writer side of a run: a second processor fed with the producer's buffers.
-class WriterSink {
-public:
-    WriterSink(const RunOptions& o, const Failure& fail) : mOptions(o), mFail(fail) {}
-
-    // 0, or the exit status of a failed set-up.
-    int Open() {
-        mWriter = TessaroFactory::getInstance()->getProcessorInstance(mOptions.writerKey);
-        if (!mWriter) {
-            std::fprintf(stderr, "tessaro: the library has no processor for %s\n", mOptions.writerKey.c_str());
-            return 1;
-        }
-        ConfigParam c{};
-        c.mOutputFileName = mOptions.outputPath;
-        c.mWidth = mOptions.config.mWidth;
-        c.mHeight = mOptions.config.mHeight;
-        c.mStride = mOptions.config.mStride;
-        c.mScanlines = mOptions.config.mScanlines;
-        c.mPixFormat = mOptions.writerPixFormat;
-        mFail.Arm();
-        int32_t status = mWriter->SetConfig(c);
-        if (status != TS_OK) return mFail(mOptions.writerKey + " SetConfig", status);
-        mFail.Arm();
-        status = mWriter->Init();
-        if (status != TS_OK) return mFail(mOptions.writerKey + " Init", status);
-        return 0;
-    }
-
-    // Hands over one delivered buffer. Several pictures in one raw buffer go
-    // to the raw writer one by one, since it writes one picture per call.
-    int Write(const std::shared_ptr<Buffer>& buffer) {
-        const uint32_t pictures = mOptions.config.mSuperFrame;
-        if (!FillsGraphicBuffers(mOptions.family) || pictures <= 1) {
-            mFail.Arm();
-            const int32_t status = mWriter->Process(buffer);
-            return status == TS_OK ? 0 : mFail(mOptions.writerKey + " Process", status);
-        }
-        const uint64_t pictureBytes = buffer->mLength / pictures;
-        BufferView view(*buffer);
-        if (!view.ok()) return mFail("mapping a delivered buffer", TS_ERROR);
-        std::string reason;
-        auto single = MakeSharedBuffer(pictureBytes, buffer->mType, &reason);
-        if (!single) {
-            std::fprintf(stderr, "tessaro: %s\n", reason.c_str());
-            return 1;
-        }
-        for (uint32_t i = 0; i < pictures; ++i) {
-            {
-                Buffer::Mapping mapping(*single);
-                if (mapping.vaddr() == nullptr) return mFail("mapping a writer buffer", TS_ERROR);
-                std::memcpy(mapping.vaddr(), view.data() + i * pictureBytes, pictureBytes);
-            }
-            single->mLength = pictureBytes;
-            mFail.Arm();
-            const int32_t status = mWriter->Process(single);
-            if (status != TS_OK) return mFail(mOptions.writerKey + " Process", status);
-        }
-        return 0;
-    }
-
-    void Close() {
-        if (mWriter) mWriter->DeInit();
-    }
-
-private:
-    const RunOptions& mOptions;
-    const Failure& mFail;
-    std::shared_ptr<TessaroInterface> mWriter;
-};
-
 class Run {
 public:
-    Run(const RunOptions& o, LogRouter& router) : mOptions(o), mRouter(router), mFail(router), mSink(o, mFail) {}
+    Run(const RunOptions& o, const Reporter& report) : mOptions(o), mReport(report), mSink(o, report) {}
 
-    int Execute() {
+    int Execute(const IvfFraming& framing) {
         mProducer = TessaroFactory::getInstance()->getProcessorInstance(mOptions.key);
-        if (!mProducer) {
-            std::fprintf(stderr, "tessaro: the library has no processor for %s\n", mOptions.key.c_str());
-            return 1;
-        }
+        if (!mProducer) return mReport.Error("the library has no processor for " + mOptions.key);
         ConfigParam config = mOptions.config;
-        mFail.Arm();
+        mReport.Arm();
         int32_t status = mProducer->SetConfig(config);
-        if (status != TS_OK) return mFail("SetConfig", status);
-        mFail.Arm();
+        if (status != TS_OK) return mReport.Failed("SetConfig", status);
+        mReport.Arm();
         status = mProducer->Init();
-        if (status != TS_OK) return mFail("Init", status);
-
-        int result = OpenOutputs();
-        if (result == 0) {
-            mStarted = true;
-            result = Loop();
-        }
-        mSink.Close();
+        if (status != TS_OK) return mReport.Failed("Init", status);
+        mStarted = true;
+        int result = OpenOutputs(framing);
+        if (result == 0) result = Loop();
+        result = Finish(result);
         mProducer->DeInit();
         return result;
     }
@@ -183,19 +78,24 @@ public:
     bool started() const { return mStarted; }
 
 private:
-    int OpenOutputs() {
-        if (!mOptions.outputPath.empty()) {
-            const int result = mSink.Open();
-            if (result != 0) return result;
-            mHaveSink = true;
-        }
-        if (!mOptions.dumpPath.empty() && !OpenOut(mDump, mOptions.dumpPath)) return 1;
-        if (mOptions.md5) {
-            if (mOptions.md5Path.empty()) mMd5.file = stdout;
-            else if (!OpenOut(mMd5, mOptions.md5Path)) return 1;
-            std::fprintf(mMd5.file, "#key: %s\n#buffer, offset, length, flags, timestamp_us, md5\n", mOptions.key.c_str());
-        }
+    int OpenOutputs(const IvfFraming& framing) {
+        if (!mOptions.outputPath.empty() && mSink.Open(framing) != 0) return 1;
+        mHaveSink = !mOptions.outputPath.empty();
+        if (!mOptions.dumpPath.empty() && !mDump.Open(mOptions.dumpPath)) return mReport.Error(mDump.error());
+        if (!mOptions.md5) return 0;
+        if (!mMd5.Open(mOptions.md5Path.empty() ? "-" : mOptions.md5Path)) return mReport.Error(mMd5.error());
+        mMd5.Print("#key: " + mOptions.key + "\n#buffer, timestamp_us, flags, offset, size, md5\n");
         return 0;
+    }
+
+    // Closes every output, keeping the first failure.
+    int Finish(int result) {
+        const int sink = mSink.Close();
+        if (result == 0) result = sink;
+        for (OutputFile* file : {&mDump, &mMd5}) {
+            if (!file->Close() && result == 0) result = mReport.Error(file->error());
+        }
+        return result;
     }
 
     int Seek() {
@@ -205,104 +105,122 @@ private:
         request.mSeekMode = mOptions.seekMode;
         request.mSeekFrame = mOptions.seekFrame;
         request.mSeekedFrame = 0;
-        mFail.Arm();
+        mReport.Arm();
         const int32_t status = mProducer->SetConfig(request);
-        if (status != TS_OK) return mFail("seek to frame " + std::to_string(mOptions.seekFrame), status);
-        if (!mOptions.quiet) {
-            std::fprintf(stderr, "tessaro: seek to frame %u (%s) reached frame %u\n", mOptions.seekFrame,
-                         mOptions.seekMode == 1 ? "sync" : "exact", request.mSeekedFrame);
+        if (status != TS_OK) return mReport.Failed("seek to frame " + std::to_string(mOptions.seekFrame), status);
+        mReport.Note("seek to frame " + std::to_string(mOptions.seekFrame) + " (" +
+                     (mOptions.seekMode == 1 ? "sync" : "exact") + ") reached frame " +
+                     std::to_string(request.mSeekedFrame));
+        return 0;
+    }
+
+    // Makes sure the buffer can take the next delivery. GetBufferLength is
+    // always asked (raw readers size their pictures there); --capacity then
+    // replaces its answer.
+    int Prepare() {
+        mReport.Arm();
+        const uint32_t answer = mProducer->GetBufferLength();
+        if (static_cast<int32_t>(answer) < 0) return mReport.Failed("GetBufferLength", static_cast<int32_t>(answer));
+        uint64_t wanted = mOptions.capacity;
+        if (wanted == 0) {
+            wanted = FillsGraphicBuffers(mOptions.family) ? RawCapacity(mOptions.key, mOptions.config, answer) : answer;
+            if (wanted == 0 && !mBuffer) return mReport.Failed("GetBufferLength (returned 0)", TS_ERROR);
+        }
+        if (mBuffer && mBuffer->mCapacity >= wanted) return 0;
+        mBuffer = MakeMemfdBuffer(wanted, mOptions.bufferType);
+        if (!mBuffer) {
+            return mReport.Error("cannot make a buffer of " + std::to_string(wanted) + " bytes: " + std::strerror(errno));
         }
         return 0;
     }
 
-    // Makes sure the buffer can take the next delivery.
-    int Prepare() {
-        uint64_t wanted = mOptions.capacity;
-        if (wanted == 0) {
-            mFail.Arm();
-            const uint32_t answer = mProducer->GetBufferLength();
-            if (static_cast<int32_t>(answer) < 0) return mFail("GetBufferLength", static_cast<int32_t>(answer));
-            wanted = answer;  // 0 after end of stream: keep the buffer we have
-            if (wanted == 0 && !mBuffer) return mFail("GetBufferLength (returned 0)", TS_ERROR);
+    void Count(const Buffer& b) {
+        mTotals.buffers += 1;
+        if (b.mFlags & Buffer::FLAG_EOS) mTotals.sawEos = true;
+        if (b.mLength == 0) return;
+        switch (mOptions.family) {
+            case ProcessorFamily::Compressed: mTotals.frames += b.mEndOfFrame == 1 ? 1 : 0; break;
+            case ProcessorFamily::Container: mTotals.frames += (b.mFlags & Buffer::FLAG_CODEC_CONFIG) ? 0 : 1; break;
+            default: {
+                const uint32_t pictures = mOptions.config.mSuperFrame > 1 ? mOptions.config.mSuperFrame : 1;
+                const uint64_t packed = PackedPictureBytes(mOptions.key, mOptions.config.mWidth, mOptions.config.mHeight);
+                mTotals.frames += pictures;
+                mTotals.bytes += packed != 0 ? pictures * packed : b.mLength;
+                return;
+            }
         }
-        if (mBuffer && mBuffer->mCapacity >= wanted) return 0;
-        std::string reason;
-        mBuffer = MakeSharedBuffer(wanted, mOptions.bufferType, &reason);
-        if (!mBuffer) {
-            std::fprintf(stderr, "tessaro: %s\n", reason.c_str());
-            return 1;
-        }
-        return 0;
+        mTotals.bytes += b.mLength;
     }
 
     int Deliver() {
         const Buffer& b = *mBuffer;
-        mTotals.buffers += 1;
-        mTotals.bytes += b.mLength;
-        mTotals.frames += FramesIn(b, mOptions);
-        if (b.mFlags & Buffer::FLAG_EOS) mTotals.sawEos = true;
+        Count(b);
+        const uint64_t index = mTotals.buffers - 1;
         if (b.mLength == 0) {
-            if (mMd5.file) PrintMd5(b, "");
+            if (mMd5.isOpen()) mMd5.Print("# buffer " + std::to_string(index) + ": empty, " + FlagsName(b.mFlags) + "\n");
             return 0;  // an empty end-of-stream buffer: nothing to pass on
         }
-        if (mMd5.file != nullptr || mDump.file != nullptr) {
+        if (mMd5.isOpen() || mDump.isOpen()) {
             BufferView view(b);
-            if (!view.ok()) return mFail("mapping a delivered buffer", TS_ERROR);
-            if (mMd5.file != nullptr) PrintMd5(b, Md5::Of(view.data(), view.size()));
-            if (mDump.file != nullptr && std::fwrite(view.data(), 1, view.size(), mDump.file) != view.size()) {
-                std::fprintf(stderr, "tessaro: writing %s failed\n", mOptions.dumpPath.c_str());
-                return 1;
+            if (!view.ok()) return mReport.Error("cannot map a delivered buffer");
+            if (mMd5.isOpen() && !mMd5.Print(Md5Line(index, b, Md5::Of(view.data(), view.size())))) {
+                return mReport.Error(mMd5.error());
             }
+            if (mDump.isOpen() && !mDump.Write(view.data(), view.size())) return mReport.Error(mDump.error());
         }
         return mHaveSink ? mSink.Write(mBuffer) : 0;
     }
 
-    void PrintMd5(const Buffer& b, const std::string& md5) {
-        std::fprintf(mMd5.file, "%" PRIu64 ", %" PRIu64 ", %" PRIu64 ", %s, %" PRIu64 ", %s\n", mTotals.buffers - 1,
-                     b.mOffset, b.mLength, FlagsName(b.mFlags).c_str(), b.mTimestamp, md5.c_str());
+    static std::string Md5Line(uint64_t index, const Buffer& b, const std::string& md5) {
+        char line[160];
+        std::snprintf(line, sizeof line, "%" PRIu64 ", %" PRIu64 ", %s, %" PRIu64 ", %" PRIu64 ", %s\n", index,
+                      b.mTimestamp, FlagsName(b.mFlags).c_str(), b.mOffset, b.mLength, md5.c_str());
+        return line;
     }
 
     int Loop() {
         const bool onTerminal = isatty(STDERR_FILENO) != 0;
-        ProgressBar bar(stderr, mOptions.progress == 1 || (mOptions.progress == -1 && onTerminal && !mOptions.verbose), &mRouter);
-        const uint64_t total = mOptions.maxBuffers != 0 ? mOptions.maxBuffers : mOptions.config.mFrames;
+        const bool show = !mReport.quiet() && (mOptions.progress == 1 || (mOptions.progress == -1 && onTerminal));
+        const bool byBuffers = mOptions.maxBuffers != 0;
+        ProgressBar bar(stderr, show, &mReport.router(), byBuffers ? "buffers" : "frames");
+        const uint64_t total = byBuffers ? mOptions.maxBuffers : ExpectedFrames(*mProducer, mOptions);
         const auto start = std::chrono::steady_clock::now();
         int result = 0;
-        for (uint64_t n = 0;; ++n) {
+        for (uint64_t n = 0; !Interrupted(); ++n) {
             if (mOptions.seek && n == mOptions.seekAfter && (result = Seek()) != 0) break;
-            if (mOptions.maxBuffers != 0 && n >= mOptions.maxBuffers) break;
+            if (byBuffers && n >= mOptions.maxBuffers) break;
             if ((result = Prepare()) != 0) break;
             ResetProducedFields(*mBuffer);
-            mFail.Arm();
+            mReport.Arm();
             const int32_t status = mProducer->Process(mBuffer);
             if (status != TS_OK) {
-                result = mFail("Process (buffer " + std::to_string(n) + ")", status);
+                result = mReport.Failed("Process (buffer " + std::to_string(n) + ")", status);
                 break;
             }
             if ((result = Deliver()) != 0) break;
-            bar.Update(mOptions.maxBuffers != 0 ? mTotals.buffers : mTotals.frames, total, mTotals.bytes);
+            bar.Update(byBuffers ? mTotals.buffers : mTotals.frames, total);
             if (mBuffer->mFlags & Buffer::FLAG_EOS) break;
         }
         bar.Clear();
-        if (result == 0 && mOptions.seek && mTotals.buffers < mOptions.seekAfter) {
-            std::fprintf(stderr, "tessaro: the stream ended after %" PRIu64 " buffers; the seek after buffer %" PRIu64
-                         " was not issued\n", mTotals.buffers, mOptions.seekAfter);
+        mTotals.interrupted = Interrupted();
+        if (result == 0 && !mTotals.interrupted && mOptions.seek && mTotals.buffers < mOptions.seekAfter) {
+            mReport.Note("the stream ended after " + std::to_string(mTotals.buffers) + " buffers; the seek after buffer " +
+                         std::to_string(mOptions.seekAfter) + " was not issued");
         }
-        if (mOptions.family == Family::Pattern && mOptions.config.mInterlaced) mTotals.frames /= 2;  // fields
+        if (mOptions.family == ProcessorFamily::Pattern && mOptions.config.mInterlaced) mTotals.frames /= 2;  // fields
         mTotals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         return result;
     }
 
     const RunOptions& mOptions;
-    LogRouter& mRouter;
-    Failure mFail;
+    const Reporter& mReport;
     WriterSink mSink;
     bool mHaveSink = false;
     bool mStarted = false;
     std::shared_ptr<TessaroInterface> mProducer;
     std::shared_ptr<Buffer> mBuffer;
-    OutFile mDump;
-    OutFile mMd5;
+    OutputFile mDump;
+    OutputFile mMd5;
     RunTotals mTotals;
 };
 
@@ -311,9 +229,14 @@ private:
 int RunCommand(const std::vector<std::string>& args) {
     const RunOptions options = ParseRunOptions(args);
     LogRouter router(options.verbose);
-    Run run(options, router);
-    const int result = run.Execute();
-    if (!options.quiet && run.started()) std::printf("%s\n", FormatSummary(options.key, run.totals()).c_str());
+    const Reporter report(router, options.quiet);
+    IvfFraming framing;
+    if (const int status = CheckInput(options, report, &framing); status != 0) return status;
+    CatchInterrupt();
+    Run run(options, report);
+    int result = run.Execute(framing);
+    if (run.started() && !options.quiet) std::fprintf(stderr, "%s\n", FormatSummary(options.key, run.totals()).c_str());
+    if (result == 0 && run.totals().interrupted) result = kInterruptedStatus;
     return result;
 }
 

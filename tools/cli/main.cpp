@@ -15,12 +15,13 @@ const char kMainHelp[] =
     "Init, one Process call per memfd-backed buffer, DeInit.\n"
     "\n"
     "commands:\n"
-    "  list     the 27 processor keys and what each reads or writes\n"
+    "  list     the processor keys and what each reads or writes\n"
     "  run      run a parser or generator into a writer, a file, or nowhere\n"
     "  index    print the frame offset table of a compressed file (table or JSON)\n"
     "  help     help for a command (tessaro help run); every command also takes --help\n"
     "\n"
-    "exit status: 0 done, 1 a processor returned a failing status, 2 a bad command line\n";
+    "exit status: 0 done; 1 the input cannot be used, a processor failed or an output could\n"
+    "not be written (one line says which); 2 a bad command line; 130 interrupted (run)\n";
 
 bool WantsHelp(const std::vector<std::string>& args) {
     for (const auto& arg : args) {
@@ -47,13 +48,12 @@ int main(int argc, char** argv) {
         std::fputs(kMainHelp, stdout);
         return 0;
     }
-    if (command == "index") return IndexCommand(argv[0], args);  // the helper has its own --help
     if (command == "help") {
         const std::string topic = args.empty() ? "" : args[0];
         if (topic.empty()) std::fputs(kMainHelp, stdout);
         else if (topic == "list") std::fputs(ListHelp().c_str(), stdout);
         else if (topic == "run") std::fputs(RunHelp().c_str(), stdout);
-        else if (topic == "index") return IndexCommand(argv[0], {"--help"});
+        else if (topic == "index") std::fputs(IndexHelp().c_str(), stdout);
         else return Usage("no command '" + topic + "'");
         return 0;
     }
@@ -65,6 +65,10 @@ int main(int argc, char** argv) {
         if (command == "run") {
             if (WantsHelp(args)) return std::fputs(RunHelp().c_str(), stdout), 0;
             return RunCommand(args);
+        }
+        if (command == "index") {
+            if (WantsHelp(args)) return std::fputs(IndexHelp().c_str(), stdout), 0;
+            return IndexCommand(args);
         }
     } catch (const UsageError& error) {
         return Usage(error.what());

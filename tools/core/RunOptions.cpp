@@ -1,21 +1,23 @@
 #include "core/RunOptions.h"
 
+#include "core/Geometry.h"
+
 namespace tessaro::cli {
 
 const std::vector<OptionSpec>& RunOptionSpecs() {
     static const std::vector<OptionSpec> optionDefs = {
         {"input", 'i', "FILE", "input file (mInputFileName); not for Pattern/ keys"},
-        {"output", 'o', "FILE", "hand every delivered buffer to the matching writer, writing FILE"},
+        {"output", 'o', "FILE", "hand every delivered buffer to the matching writer, writing FILE (VP8, VP9 and AV1 in IVF when FILE ends in .ivf)"},
         {"writer", 0, "KEY", "writer for -o (default: Write/Compressed or Write/UnCompressed)"},
         {"dump", 0, "FILE", "write the delivered bytes straight to FILE (no writer)"},
         {"frames", 'n', "N", "frames to deliver (mFrames; 0 = the whole input)"},
-        {"size", 's', "WxH", "picture size (mWidth, mHeight); stride and scanlines default to it"},
+        {"size", 's', "WxH", "picture size (mWidth, mHeight)"},
         {"width", 0, "W", "picture width (mWidth)"},
         {"height", 0, "H", "picture height (mHeight)"},
-        {"stride", 0, "S", "buffer row pitch (mStride; bytes for 8-bit, pixels otherwise)"},
-        {"scanlines", 0, "N", "buffer luma rows (mScanlines)"},
-        {"super-frame", 0, "N", "frames per buffer (mSuperFrame)"},
-        {"fps", 0, "NUM[/DEN]", "frame rate (mFrameRateNum, mFrameRateDen)"},
+        {"stride", 0, "S", "buffer row pitch (mStride; bytes for 8-bit, pixels otherwise); default: the layout's pitch for YUV patterns, the width otherwise; not below the width"},
+        {"scanlines", 0, "N", "buffer luma rows (mScanlines); default: the layout's rows for YUV patterns, the height otherwise; not below the height"},
+        {"super-frame", 0, "N", "mSuperFrame: raw keys put N pictures in a buffer; compressed parsers scan N times per frame number and keep only the first scan's units"},
+        {"fps", 0, "NUM[/DEN]", "frame rate of raw readers and patterns (mFrameRateNum, mFrameRateDen); compressed and container timestamps do not use it"},
         {"slice-mode", 0, "", "deliver one slice per buffer (mSliceMode)"},
         {"skip-slices", 0, "LIST", "slices to leave out of the next sliced frame, e.g. 1,3 (mSkipSlices)"},
         {"slice-order", 0, "LIST", "delivery order of the next sliced frame, e.g. 2,1 (mSliceOrder)"},
@@ -38,12 +40,13 @@ const std::vector<OptionSpec>& RunOptionSpecs() {
         {"max-buffers", 0, "N", "stop after N buffers even without end of stream"},
         {"capacity", 0, "BYTES", "fixed buffer capacity instead of GetBufferLength's answer"},
         {"buffer-type", 0, "TYPE", "linear or graphic (default: what the key fills)"},
-        {"md5", 0, "", "print offset, length, flags, timestamp and md5 of every buffer"},
+        {"md5", 0, "", "print buffer, timestamp, flags, offset, size and md5 of every buffer (size and md5 line up with ffmpeg -f framemd5)"},
         {"md5-file", 0, "FILE", "write those lines to FILE instead of stdout"},
-        {"progress", 0, "", "show the progress bar even when stderr is not a terminal"},
-        {"no-progress", 0, "", "never show the progress bar"},
-        {"verbose", 'v', "", "print every library log line (default: warnings and errors)"},
-        {"quiet", 'q', "", "no summary line"},
+        {"progress", 0, "", "show progress even when stderr is not a terminal"},
+        {"no-progress", 0, "", "never show progress"},
+        {"force", 0, "", "run even when the input looks like another codec than the key's"},
+        {"verbose", 'v', "", "print every library log line (default: none)"},
+        {"quiet", 'q', "", "print nothing but errors"},
         {"help", 'h', "", "this help"},
     };
     return optionDefs;
@@ -63,17 +66,17 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     if (args.positional().empty()) throw UsageError("run needs a key, e.g. tessaro run Parse/AVC -i in.264");
     if (args.positional().size() > 1) throw UsageError("unexpected argument '" + args.positional()[1] + "'");
     o.key = args.positional()[0];
-    const KeyInfo* info = FindKey(o.key);
+    const ProcessorKeyInfo* info = FindKey(o.key);
     if (info == nullptr) throw UsageError("unknown key '" + o.key + "' (tessaro list shows the keys)");
-    if (info->family == Family::Writer) throw UsageError(o.key + " is a writer; run takes a parser or generator (use -o)");
+    if (info->family == ProcessorFamily::Writer) throw UsageError(o.key + " is a writer; run takes a parser or generator (use -o)");
     o.family = info->family;
 
     ConfigParam& c = o.config;
     c.mInputFileName = args.Value("input");
-    if (o.family == Family::Pattern && !c.mInputFileName.empty()) {
+    if (o.family == ProcessorFamily::Pattern && !c.mInputFileName.empty()) {
         throw UsageError(o.key + " draws its pictures and reads no --input");
     }
-    if (o.family != Family::Pattern && c.mInputFileName.empty()) throw UsageError(o.key + " needs --input FILE");
+    if (o.family != ProcessorFamily::Pattern && c.mInputFileName.empty()) throw UsageError(o.key + " needs --input FILE");
 
     SetIf(args, "frames", c.mFrames);
     if (args.Has("size")) {
@@ -85,9 +88,11 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     SetIf(args, "height", c.mHeight);
     SetIf(args, "stride", c.mStride);
     SetIf(args, "scanlines", c.mScanlines);
-    if (c.mStride == 0) c.mStride = c.mWidth;
-    if (c.mScanlines == 0) c.mScanlines = c.mHeight;
+    ApplyGeometry(o.key, c);
     SetIf(args, "super-frame", c.mSuperFrame);
+    if (args.Has("fps") && !FillsGraphicBuffers(o.family)) {
+        throw UsageError("--fps: " + o.key + " stamps buffers without it (compressed parsers: frame n at n x 1000000 us; containers: the sample times)");
+    }
     if (args.Has("fps")) {
         const auto rate = ParseRate("--fps", args.Value("fps"));
         c.mFrameRateNum = rate.first;
@@ -102,7 +107,7 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     SetIf(args, "delivery-mode", c.mDeliveryMode);
     SetIf(args, "pix-format", c.mPixFormat);
     c.mCodec = args.Value("codec");
-    if (o.family == Family::Container && c.mCodec.empty()) {
+    if (o.family == ProcessorFamily::Container && c.mCodec.empty()) {
         throw UsageError("Parse/Container needs --codec (AVC, HEVC, AV1, VP9 or APV)");
     }
     c.mStaticPattern = args.Has("static-pattern");
@@ -115,10 +120,10 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
 
     o.outputPath = args.Value("output");
     o.writerKey = args.Value("writer", MatchingWriter(o.family));
-    const KeyInfo* writer = FindKey(o.writerKey);
-    if (writer == nullptr || writer->family != Family::Writer) throw UsageError("--writer: '" + o.writerKey + "' is not a writer key");
+    const ProcessorKeyInfo* writer = FindKey(o.writerKey);
+    if (writer == nullptr || writer->family != ProcessorFamily::Writer) throw UsageError("--writer: '" + o.writerKey + "' is not a writer key");
     if (!o.outputPath.empty() && o.writerKey == "Write/UnCompressed") {
-        o.writerPixFormat = c.mPixFormat != 255 ? c.mPixFormat : info->writerPixFormat;
+        o.writerPixFormat = c.mPixFormat != 255 ? c.mPixFormat : info->pixFormat;
         if (o.writerPixFormat == 0) throw UsageError("the raw writer has no format for " + o.key + "; give --pix-format");
         if (c.mWidth == 0 || c.mHeight == 0) throw UsageError("-o with raw pictures needs --size");
     }
@@ -151,6 +156,7 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     o.md5Path = args.Value("md5-file");
     o.verbose = args.Has("verbose");
     o.quiet = args.Has("quiet");
+    o.force = args.Has("force");
     if (args.Has("progress")) o.progress = 1;
     if (args.Has("no-progress")) o.progress = 0;
     return o;

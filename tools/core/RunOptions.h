@@ -15,7 +15,7 @@ namespace tessaro::cli {
 
 struct RunOptions {
     std::string key;
-    Family family = Family::Compressed;
+    ProcessorFamily family = ProcessorFamily::Compressed;
     ConfigParam config;           // handed to the producer's SetConfig as it stands
 
     std::string outputPath;       // through the writer (-o)
@@ -35,7 +35,8 @@ struct RunOptions {
     bool md5 = false;             // per-buffer lines on stdout
     std::string md5Path;          // ... or into this file
     bool verbose = false;
-    bool quiet = false;
+    bool quiet = false;           // errors only
+    bool force = false;           // run a file that looks like another codec
     int progress = -1;            // -1 on a terminal, 0 never, 1 always
 };
 
