@@ -2,7 +2,6 @@
 // frame offset table by one positioned copy per unit from the input into the
 // buffer.
 #include <algorithm>
-#include <cstring>
 
 #include "compressed/StreamParserCompressed.h"
 #include "compressed/StreamParserCompressedLines.h"
@@ -116,12 +115,20 @@ bool StreamParserCompressed::RepeatSequenceHeaders(Delivery& delivery, uint32_t 
     }
     // The span's bytes follow again and again; copy the repeats that fit.
     const uint64_t fit = std::min<uint64_t>(more, (buffer.capacity() - delivery.total) / bytes);
-    uint8_t* base = delivery.mapping->vaddr();
-    for (uint64_t i = 0; i < fit; ++i) {
-        std::memcpy(base + delivery.total, base + start, bytes);
+    if (fit == 0) return false;
+    std::vector<uint8_t> span;
+    span.reserve(bytes);
+    mClientBuffers.Drain(buffer, start, bytes, [&span](const uint8_t* piece, uint64_t count) {
+        span.insert(span.end(), piece, piece + count);
+        return true;
+    });
+    uint64_t copied = 0;
+    while (copied < fit && span.size() == bytes &&
+           mClientBuffers.FillFromMemory(buffer, delivery.total, span.data(), bytes).bytes == bytes) {
         delivery.total += bytes;
+        ++copied;
     }
-    return fit == more;
+    return copied == more;
 }
 
 int32_t StreamParserCompressed::DeliverSequenceHeaders(Delivery& delivery, uint32_t frame) {
