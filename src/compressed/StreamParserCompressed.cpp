@@ -27,6 +27,43 @@ int32_t StreamParserCompressed::DeInit() {
     return TS_OK;
 }
 
+int32_t StreamParserCompressed::OpenAndIndex(const ScannerLines& lines, bool slices,
+                                             const std::function<int32_t()>& probe) {
+    __android_log_print(kLogInfo, lines.tag, "Init");
+    mInputFile.open(mConfigParam.mInputFileName);
+    if (!mInputFile.is_open()) {
+        return ReportFailure(lines.tag, "mInputFile.is_open() == false", lines.notOpen, TS_ERROR);
+    }
+    if (probe) {
+        const int32_t probed = probe();
+        if (probed != TS_OK) return probed;
+    }
+    MeasureInputSize();
+    if (mFileSize == 0) return ReportFailure(lines.tag, "mFileSize == 0", lines.emptyFile, -4);
+    mInputFile.clear();
+    mInputFile.seekg(0, std::ios_base::beg);
+    mSliceMode = slices && mConfigParam.mSliceMode ? 1 : 0;
+    const int32_t ret = BuildOffsetTable();
+    if (ret != TS_OK) return ReportFailure(lines.tag, "ret != TS_OK", lines.indexFailed, ret);
+    mState = STATE::RUNNING;
+    return TS_OK;
+}
+
+bool StreamParserCompressed::ScanEndsAtOnce(const ScannerLines& lines,
+                                            const std::shared_ptr<unsigned char>& buffer,
+                                            int32_t* status) {
+    if (mInputFile.eof()) {
+        *status = ReportFailure(lines.tag, "mInputFile.eof()", lines.atEof, TS_OK);
+    } else if (static_cast<uint64_t>(mInputFile.tellg()) == mFileSize) {
+        *status = ReportFailure(lines.tag, "(uint64_t)mInputFile.tellg() == mFileSize", lines.atEnd, TS_OK);
+    } else if (buffer == nullptr) {
+        *status = ReportFailure(lines.tag, "buffer == nullptr", lines.nullBuffer, -2);
+    } else {
+        return false;
+    }
+    return true;
+}
+
 void StreamParserCompressed::MeasureInputSize() {
     mInputFile.seekg(0, std::ios_base::end);
     const int64_t end = mInputFile.tellg();

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <utility>
@@ -22,6 +23,18 @@ public:
     static constexpr uint32_t FRAME_TYPE_CODEC_CONFIG = 1;  // parameter sets / sequence header
     static constexpr uint32_t FRAME_TYPE_SYNC = 2;          // IDR / key frame: a seek target
     static constexpr uint32_t FRAME_TYPE_NON_SYNC = 4;      // any other picture
+
+    // The line numbers a codec parser's Init and the start of its scanner
+    // calls report failed checks with, under its log tag.
+    struct ScannerLines {
+        const char* tag;
+        int notOpen;      // "mInputFile.is_open() == false"
+        int emptyFile;    // "mFileSize == 0"
+        int indexFailed;  // "ret != TS_OK"
+        int atEof;        // "mInputFile.eof()"
+        int atEnd;        // "(uint64_t)mInputFile.tellg() == mFileSize"
+        int nullBuffer;   // "buffer == nullptr"
+    };
 
     // The size the scanners are told their scratch buffer has (192 MiB): it
     // sets their "Buffer is Full." limits. They only ever store one byte in
@@ -99,6 +112,18 @@ public:
 
 protected:
     StreamParserCompressed() = default;
+
+    // A codec Init: logs "Init", opens mConfigParam.mInputFileName, runs the
+    // codec's probe of the file type (when given; a status other than TS_OK
+    // ends Init with it), measures and rewinds the file, takes the slice mode
+    // (mConfigParam's when slices is set, else 0) and indexes. Running on success.
+    int32_t OpenAndIndex(const ScannerLines& lines, bool slices,
+                         const std::function<int32_t()>& probe = nullptr);
+    // The checks a scanner call starts with: the stream at its end (TS_OK, no
+    // entry), the position at the end of the file (likewise) and a missing
+    // scratch buffer (-2). True when the call ends here with *status.
+    bool ScanEndsAtOnce(const ScannerLines& lines, const std::shared_ptr<unsigned char>& buffer,
+                        int32_t* status);
 
     // Seeks mInputFile to its end and stores that position in mFileSize (0 when
     // the position cannot be told). The caller rewinds.

@@ -6,6 +6,10 @@
 namespace tessaro {
 namespace {
 
+// The line numbers of VPXStreamParser's failed checks.
+constexpr StreamParserCompressed::ScannerLines kLines{VPXStreamParser::kLogTag, 44, 59, 66, 141, 142, 144};
+constexpr int kNoSignatureLine = 51;
+
 uint32_t LittleEndian32(const unsigned char* b) {
     return static_cast<uint32_t>(b[0]) | (static_cast<uint32_t>(b[1]) << 8) |
            (static_cast<uint32_t>(b[2]) << 16) | (static_cast<uint32_t>(b[3]) << 24);
@@ -36,39 +40,27 @@ bool VPXStreamParser::SawDKIFHeader() {
 }
 
 int32_t VPXStreamParser::Init() {
-    TS_LOGI("Init");
-    mInputFile.open(mConfigParam.mInputFileName);
-    TS_CHECK(mInputFile.is_open() == false, 44, TS_ERROR);
-
-    // The extension runs from the last '.' to the end. A name without '.' makes
-    // substr throw std::out_of_range, which leaves Init to the caller.
-    const std::string& name = mConfigParam.mInputFileName;
-    const std::string extension = name.substr(name.find_last_of('.'));
-    if (extension == ".ivfnh") {
-        mIvfMode = kIvfHeaderless;
-    } else {
-        TS_CHECK(SawDKIFHeader() == false, 51, TS_ERROR);
-        mIvfMode = kIvfWithFileHeader;
-    }
-
-    MeasureInputSize();
-    TS_CHECK(mFileSize == 0, 59, -4);
-    SeekInput(0);
-
-    mSliceMode = 0;
-    int32_t ret = BuildOffsetTable();
-    TS_CHECK(ret != TS_OK, 66, ret);
-    mState = STATE::RUNNING;
-    return TS_OK;
+    return OpenAndIndex(kLines, false, [this] {
+        // The extension runs from the last '.' to the end. A name without '.'
+        // makes substr throw std::out_of_range, which leaves Init to the caller.
+        const std::string& name = mConfigParam.mInputFileName;
+        const std::string extension = name.substr(name.find_last_of('.'));
+        if (extension == ".ivfnh") {
+            mIvfMode = kIvfHeaderless;
+        } else {
+            TS_CHECK(SawDKIFHeader() == false, kNoSignatureLine, TS_ERROR);
+            mIvfMode = kIvfWithFileHeader;
+        }
+        return TS_OK;
+    });
 }
 
 int32_t VPXStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ReadfromInputFile");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 141, TS_OK);
-    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 142, TS_OK);
-    TS_CHECK(buffer == nullptr, 144, -2);
+    int32_t status = TS_OK;
+    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
 
     unsigned char sizeField[4];
     unsigned char timestamp[8];
