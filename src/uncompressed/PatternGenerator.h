@@ -1,9 +1,7 @@
 // PatternGenerator: a raw-picture source that reads no file. Each Process draws
-// mSuperFrame pictures, all zero but for one solid block that moves to the next
-// place of a fixed cycle with every buffer (or stays, with mStaticPattern).
-// With mInterlaced two calls make one frame and share its timestamp. There is
-// no natural end: mFrames must be set, and the buffer of frame mFrames is the
-// last. DeInit and Seek are the reader base's.
+// pictures all zero but for a block that moves along a fixed cycle (or stays,
+// with mStaticPattern); with mInterlaced two calls make one frame. mFrames must
+// be set: its buffer is the last. DeInit and Seek are the reader base's.
 #pragma once
 
 #include <cstdint>
@@ -25,16 +23,12 @@ public:
     int32_t Process(std::shared_ptr<Buffer> buffer) override;
 
     // Draws the YUV block (luma mPatternY, chroma pairs mPatternU, mPatternV) at
-    // the pitches the layout library gives the format's colour code. 0; -4 for
-    // an empty pointer, -2 when the buffer cannot be mapped or the drawing
-    // would reach past it.
+    // the layout library's pitches for the format's colour code. 0; -4 for an
+    // empty pointer, -2 when unmappable or the drawing would reach past it.
     int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
 
 protected:
     explicit PatternGenerator(const PictureFormat& format) : StreamParserUncompressed(format) {}
-
-    // Logs that the drawing would reach outside the client's buffer; -2.
-    static int32_t RefuseOversizedPicture();
 
     uint8_t mPatternY = 120;
     uint8_t mPatternU = 160;

@@ -1,7 +1,6 @@
-// PictureFormat: what the raw readers, the pattern generators and the raw
-// writer know about a picture layout, as one row per format: how big a picture
-// is in the client's buffer and in the file, where its rows lie, which checks
-// and log lines its operations use. The rows are in PictureFormats.cpp.
+// PictureFormat: one row per picture layout, all that the raw readers, the
+// pattern generators and the raw writer know of it: its size in the client's
+// buffer and in the file, where its rows lie, its checks and log lines.
 #pragma once
 
 #include <sys/uio.h>
@@ -12,18 +11,16 @@
 
 namespace tessaro {
 
-// The picture and buffer geometry of the configuration.
-struct PictureGeometry {
+struct PictureGeometry {  // of the configuration
     uint64_t width, height, stride, scanlines;
 };
 
-// How one picture size is computed. kLayout asks the layout library's
-// GetBufferSize(code, a, b), kLayoutUsed its GetBufferSizeUsed(code, a, b,
-// interlaced); kFormula calls formula(width, height); kUnset leaves the size
-// as it is. All arithmetic is unsigned 32-bit.
+// How one picture size is computed (unsigned 32-bit): the layout library's
+// GetBufferSize(code, a, b) or GetBufferSizeUsed(code, a, b, interlaced), a
+// formula of width and height, or (kUnset) not at all.
 struct SizeRule {
     enum Kind : uint8_t { kUnset, kLayout, kLayoutUsed, kFormula };
-    enum Args : uint8_t { kStrideScanlines, kWidthHeight, kWidthHalfHeight };
+    enum Args : uint8_t { kStrideScanlines, kWidthHeight, kWidthHalfHeight };  // a, b
     Kind kind;
     uint32_t code;  // the layout library's colour code
     Args args;
@@ -31,6 +28,14 @@ struct SizeRule {
     uint32_t (*formula)(uint32_t width, uint32_t height);
 
     uint32_t Of(const PictureGeometry& g) const;
+
+    static constexpr SizeRule Layout(uint32_t code, Args args) { return {kLayout, code, args, 0, nullptr}; }
+    static constexpr SizeRule Used(uint32_t code, Args args, uint32_t interlaced) {
+        return {kLayoutUsed, code, args, interlaced, nullptr};
+    }
+    static constexpr SizeRule Formula(uint32_t (*f)(uint32_t, uint32_t)) {
+        return {kFormula, 0, kWidthHeight, 0, f};
+    }
 };
 
 // Where a picture's rows lie in the client's buffer.
@@ -42,8 +47,7 @@ enum class Planes : uint8_t {
     kPacked,          // one plane; the next picture starts where this one's last row pitch ends
 };
 
-// What a generator draws.
-enum class Pattern : uint8_t { kNone, kYuvClearCapacity, kYuvClearPicture, kRgb };
+enum class Pattern : uint8_t { kNone, kYuvClearCapacity, kYuvClearPicture, kRgb };  // what is drawn
 
 struct PictureFormat {
     const char* tag;        // log tag of the class and of the classes that reuse its operations
@@ -71,9 +75,7 @@ extern const PictureFormat kPatternNV12, kPatternP010, kPatternP210, kPatternRGB
 // picture, each next one `pitch` bytes after the one before.
 struct RowRun {
     uint64_t offset, rows, rowBytes, pitch;
-
-    // One past the last byte the run touches; 0 when it touches nothing.
-    // Saturates instead of wrapping, so an absurd geometry never looks small.
+    // One past the last byte touched (saturating); 0 when it touches nothing.
     uint64_t End() const;
 };
 
@@ -82,9 +84,7 @@ struct PictureRuns {
     RowRun runs[2] = {};
     size_t count = 0;
     uint64_t pictureDistance = 0;
-
-    // One past the last byte any run touches.
-    uint64_t End() const;
+    uint64_t End() const;  // one past the last byte any run touches
 };
 
 // Which rows a reader fills and the writer drains differ in one point: the
@@ -97,9 +97,22 @@ enum class ChromaRows : uint8_t { kReader, kWriter };
 PictureRuns RunsOf(const PictureFormat& format, const PictureGeometry& g, uint64_t blockSize,
                    ChromaRows chroma);
 
-// Appends one piece for each of `count` rows of run from row `first` on, for
-// a picture starting at base.
-void AppendRowPieces(const uint8_t* base, const RowRun& run, uint64_t first, uint64_t count,
-                     std::vector<iovec>& pieces);
+// Hands the rows of the picture at base to visit(pieces, bytes, run) in
+// batches of up to maxRows rows of one run; stops at the first false.
+template <typename Visit>
+bool ForEachRowBatch(const uint8_t* base, const PictureRuns& picture, uint64_t maxRows,
+                     std::vector<iovec>& pieces, Visit visit) {
+    for (const RowRun* run = picture.runs; run < picture.runs + picture.count; ++run) {
+        for (uint64_t row = 0; run->End() != 0 && row < run->rows; row += maxRows) {
+            const uint64_t count = run->rows - row < maxRows ? run->rows - row : maxRows;
+            pieces.clear();
+            for (uint64_t k = row; k < row + count; ++k) {
+                pieces.push_back({const_cast<uint8_t*>(base + run->offset + k * run->pitch), run->rowBytes});
+            }
+            if (!visit(pieces, count * run->rowBytes, *run)) return false;
+        }
+    }
+    return true;
+}
 
 }  // namespace tessaro

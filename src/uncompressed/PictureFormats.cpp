@@ -1,8 +1,7 @@
-// The picture formats, one row each. Three file sizes are deliberately not the
-// bytes a picture takes in the file: P210 is counted as mHeight + 2 x mHeight x
-// mWidth (it holds 4 x mHeight x mWidth), RGBA 10:10:10:2 at 8 bytes a pixel
-// (it holds 4) and RGBA half-float at 4 (it holds 8). They only move where the
-// end of stream falls and where backward reads land, and are kept so.
+// The picture formats, one row each. Three file sizes are deliberately not what
+// a picture takes in the file: P210 counts mHeight + 2 x mHeight x mWidth (of 4 x
+// mHeight x mWidth), RGBA 10:10:10:2 8 bytes a pixel (of 4), RGBA half-float 4 (of
+// 8). They only move where the end of stream falls and backward reads land.
 #include "uncompressed/PictureFormat.h"
 
 #include <VideoBufferLayout.h>
@@ -20,12 +19,10 @@ uint32_t Pixels4(uint32_t w, uint32_t h) { return h * w * 4; }
 uint32_t Pixels8(uint32_t w, uint32_t h) { return h * w * 8; }
 
 using S = SizeRule;
-constexpr S Layout(uint32_t code) { return {S::kLayout, code, S::kStrideScanlines, 0, nullptr}; }
-constexpr S Used(uint32_t code, uint32_t interlaced) {
-    return {S::kLayoutUsed, code, S::kWidthHeight, interlaced, nullptr};
-}
-constexpr S Formula(uint32_t (*f)(uint32_t, uint32_t)) { return {S::kFormula, 0, S::kWidthHeight, 0, f}; }
-constexpr S kUnset{S::kUnset, 0, S::kWidthHeight, 0, nullptr};
+constexpr S Layout(uint32_t code) { return S::Layout(code, S::kStrideScanlines); }
+constexpr S Used(uint32_t code, uint32_t interlaced) { return S::Used(code, S::kWidthHeight, interlaced); }
+constexpr auto Formula = S::Formula;
+constexpr S kUnset{};
 
 #define TAG(x) "Tessaro::Impl::StreamParser::UnCompressed::" x
 constexpr const char* kRead = "ReadfromInputFile";
@@ -60,11 +57,9 @@ const PictureFormat kPatternRGBA1010102{TAG("Pattern"), Layout(12), kUnset, Plan
 
 uint32_t SizeRule::Of(const PictureGeometry& g) const {
     const uint32_t w = static_cast<uint32_t>(g.width), h = static_cast<uint32_t>(g.height);
-    uint32_t a = static_cast<uint32_t>(g.stride), b = static_cast<uint32_t>(g.scanlines);
-    if (args != kStrideScanlines) {
-        a = w;
-        b = args == kWidthHalfHeight ? h / 2 : h;
-    }
+    const bool buffer = args == kStrideScanlines;
+    const uint32_t a = buffer ? static_cast<uint32_t>(g.stride) : w;
+    const uint32_t b = buffer ? static_cast<uint32_t>(g.scanlines) : args == kWidthHalfHeight ? h / 2 : h;
     switch (kind) {
         case kLayout: return VideoBufferLayout_GetBufferSize(code, a, b);
         case kLayoutUsed: return VideoBufferLayout_GetBufferSizeUsed(code, a, b, interlaced);
@@ -72,6 +67,49 @@ uint32_t SizeRule::Of(const PictureGeometry& g) const {
         case kUnset: break;
     }
     return 0;
+}
+
+// Where the rows of one picture lie in a client buffer, per plane layout.
+uint64_t RowRun::End() const {
+    if (rows == 0 || rowBytes == 0) return 0;
+    const unsigned __int128 end = static_cast<unsigned __int128>(offset) +
+                                  static_cast<unsigned __int128>(rows - 1) * pitch + rowBytes;
+    return end > UINT64_MAX ? UINT64_MAX : static_cast<uint64_t>(end);
+}
+
+uint64_t PictureRuns::End() const {
+    uint64_t end = 0;
+    for (size_t i = 0; i < count; ++i) end = runs[i].End() > end ? runs[i].End() : end;
+    return end;
+}
+
+PictureRuns RunsOf(const PictureFormat& format, const PictureGeometry& g, uint64_t blockSize,
+                   ChromaRows chroma) {
+    PictureRuns p;
+    p.pictureDistance = blockSize;
+    if (format.planes == Planes::kBlock) {
+        p.runs[p.count++] = {0, 1, blockSize, 0};
+        return p;
+    }
+    const uint64_t pitch = format.bytesPerPixel * g.stride;
+    const uint64_t rowBytes = format.bytesPerPixel * g.width;
+    p.runs[p.count++] = {0, g.height, rowBytes, pitch};
+    switch (format.planes) {
+        case Planes::kPacked:
+            p.pictureDistance = g.height * pitch;
+            break;
+        case Planes::kPlanarYV12:
+            p.runs[p.count++] = {g.height * pitch, g.height, g.width / 2, (pitch / 2 + 63) / 64 * 64};
+            break;
+        default: {
+            const bool half = format.planes == Planes::kSemiPlanar420;
+            uint64_t rows = half ? (g.height + 1) / 2 : g.height;
+            if (chroma == ChromaRows::kWriter) rows = g.height < 2 ? 0 : half ? g.height / 2 : g.height;
+            p.runs[p.count++] = {g.scanlines * pitch, rows, rowBytes, pitch};
+            break;
+        }
+    }
+    return p;
 }
 
 }  // namespace tessaro

@@ -10,7 +10,6 @@ class RGBA1010102PatternGenerator : public RGBA32PatternGenerator {
 public:
     RGBA1010102PatternGenerator() : RGBA32PatternGenerator(formats::kPatternRGBA1010102) {}
 
-
     // Writes one 10:10:10:2 pixel; component bits above bit 9 are dropped.
     void setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue) override;
 };

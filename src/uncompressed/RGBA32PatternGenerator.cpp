@@ -18,12 +18,10 @@ int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
-    const uint64_t width = mConfigParam.mWidth;
-    const uint64_t height = mConfigParam.mHeight;
+    const uint64_t width = mConfigParam.mWidth, height = mConfigParam.mHeight;
     const uint64_t p = mConfigParam.mStaticPattern ? 0 : mFrameCount;
     const uint64_t q = p % 4;
-    const uint64_t blockWidth = width / 4;
-    const uint64_t blockRows = height / 2;
+    const uint64_t blockWidth = width / 4, blockRows = height / 2;
     const uint64_t left = q * blockWidth;
     const uint64_t top = (p & 4) != 0 ? height / 2 : 0;
     const bool drawBlock = height >= 2 && width >= 4;

@@ -1,9 +1,8 @@
 // StreamParserUncompressed: the base of every raw-picture reader and of the
-// pattern generators. It owns the input file, the per-picture sizes, the frame
+// pattern generators. It owns the input file, the picture sizes, the frame
 // counter, the timestamp and the end-of-stream logic, and plays the file back
-// and forth until mFrames pictures are delivered. The picture format a
-// subclass names sizes one picture (GetBufferLength) and places its rows
-// (ReadfromInputFile); the named subclasses only pick their format.
+// and forth until mFrames pictures are delivered. The format row a subclass
+// names sizes a picture and places its rows.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +32,6 @@ public:
 
     // Resets counters, sizes and timestamps and closes the file; always 0.
     int32_t DeInit() override;
-
     // Raw pictures have no index: always -1.
     int32_t Seek() override;
 
@@ -42,18 +40,13 @@ public:
     // the format checks, or after EOS.
     uint32_t GetBufferLength() override;
 
-    // Copies mSuperFrame pictures from the current file position, one read per
-    // row (per picture for tiled layouts). 0; -4 for an empty pointer, -2 when
-    // the buffer cannot be mapped or the pictures would not fit in it, -1 on a
-    // short or failed read (the rows read so far stay).
+    // Copies mSuperFrame pictures from the current file position. 0; -4 for an
+    // empty pointer, -2 when the buffer cannot be mapped or the pictures would
+    // not fit in it, -1 on a short or failed read (the rows read so far stay).
     virtual int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer);
 
-    // Read access for tests.
-    uint32_t bufferSize() const { return mBufferSize; }
+    uint32_t bufferSize() const { return mBufferSize; }  // read access for tests
     uint32_t fileBufferSize() const { return mFileBufferSize; }
-    uint32_t frameCount() const { return mFrameCount; }
-    uint64_t fileSize() const { return mFileSize; }
-    bool sawEOS() const { return mSawEOS; }
 
 protected:
     explicit StreamParserUncompressed(const PictureFormat& format) : mFormat(format) {}
@@ -61,15 +54,15 @@ protected:
     static constexpr int32_t kForward = 1;
     static constexpr int32_t kBackward = -1;
 
-    // The picture geometry of the configuration.
-    PictureGeometry Geometry() const;
+    PictureGeometry Geometry() const;  // of the configuration
     // Logs "<text> : Line# <line>" under the format's tag and returns status.
     int32_t Refuse(const char* text, int line, int32_t status) const;
+    // Logs that the pictures would reach outside the client's buffer; -2.
+    int32_t RefuseOversizedPicture() const;
 
     // Marks buffer as an empty EOS buffer and logs `message` under tag.
     static void DeliverEmptyEos(const char* tag, Buffer& buffer, const char* message);
-    // Stamps buffer with the rounded timestamp, offset 0 and mSuperFrame x
-    // mBufferSize bytes; advances the timestamp when `advance`.
+    // Stamps timestamp, offset 0 and length; advances the timestamp when `advance`.
     void StampBuffer(Buffer& buffer, bool advance);
     // Sets mSawEOS and the buffer's EOS flag and logs the last-frame line.
     void MarkLastBuffer(const char* tag, Buffer& buffer, uint32_t frame);
@@ -84,14 +77,12 @@ protected:
     int32_t mReadDirection = kForward;
 
 private:
-    static constexpr uint64_t kMaxGatheredRows = 1 << 16;
-
-    bool ReadPictureGathered(uint8_t* base, const PictureRuns& picture);
+    static constexpr uint64_t kMaxGatheredRows = 1024;
+    bool ReadRows(uint8_t* base, const PictureRuns& picture);
     uint64_t CurrentPosition();
     bool HasNextForward(uint64_t pos, uint64_t step);
     bool IsLastBuffer(uint64_t step);
-
-    std::vector<iovec> mRowPieces;  // the rows of one picture, for the gathered read
+    std::vector<iovec> mRowPieces;  // rows for one gathered read
 };
 
 }  // namespace tessaro

@@ -9,7 +9,7 @@ namespace {
 // What the writer does with one mPixFormat code: the picture format whose rows
 // (or block) it takes out of the buffer, and the size GetBufferLength reports.
 struct WriterFormat {
-    uint32_t pixFormat;
+    uint32_t pixFormat;  // the rows below are in code order, from 1
     const PictureFormat* format;  // null: nothing is written
     SizeRule size;  // kUnset: the format's own buffer size
 };
@@ -18,36 +18,30 @@ uint32_t EightBytesAPixel(uint32_t w, uint32_t h) { return w * h * 8; }
 uint32_t NoSize(uint32_t, uint32_t) { return 4096; }
 
 using S = SizeRule;
-constexpr S Layout(uint32_t code) { return {S::kLayout, code, S::kWidthHeight, 0, nullptr}; }
-constexpr S Used(uint32_t code, S::Args args, uint32_t interlaced) {
-    return {S::kLayoutUsed, code, args, interlaced, nullptr};
-}
-constexpr S Formula(uint32_t (*f)(uint32_t, uint32_t)) { return {S::kFormula, 0, S::kWidthHeight, 0, f}; }
+constexpr S Layout(uint32_t code) { return S::Layout(code, S::kWidthHeight); }
 
 // Code 12 has no size of its own and reports 4096, like the codes without a
 // layout; the tiled RGBA 10:10:10:2 layout has no code. Both are kept so.
 const WriterFormat kWriterFormats[] = {
     {1, &formats::kNV12, Layout(0)},
     {2, &formats::kNV12, Layout(2)},  // NV21
-    {3, &formats::kYV12, {S::kUnset, 0, S::kWidthHeight, 0, nullptr}},
+    {3, &formats::kYV12, S{}},
     {4, &formats::kP010, Layout(3)},
     {5, &formats::kP210, Layout(6)},
     {6, &formats::kP210Mosa, Layout(7)},
-    {7, &formats::kNV12Mosa, Used(1, S::kWidthHeight, 0)},
-    {8, &formats::kRX10Mosa, Used(5, S::kWidthHeight, 0)},
-    {9, &formats::kNV12MosaInterlace, Used(1, S::kWidthHalfHeight, 1)},
+    {7, &formats::kNV12Mosa, S::Used(1, S::kWidthHeight, 0)},
+    {8, &formats::kRX10Mosa, S::Used(5, S::kWidthHeight, 0)},
+    {9, &formats::kNV12MosaInterlace, S::Used(1, S::kWidthHalfHeight, 1)},
     {10, &formats::kRGBA32, Layout(8)},
-    {11, &formats::kRGBAFP16, Formula(EightBytesAPixel)},
-    {12, &formats::kRGBA1010102, Formula(NoSize)},
+    {11, &formats::kRGBAFP16, S::Formula(EightBytesAPixel)},
+    {12, &formats::kRGBA1010102, S::Formula(NoSize)},
     {13, &formats::kRGBA32Mosa, Layout(9)},
 };
-const WriterFormat kNothing{0, nullptr, Formula(NoSize)};
+const WriterFormat kNothing{0, nullptr, S::Formula(NoSize)};
 
 const WriterFormat& WriterFormatOf(uint32_t pixFormat) {
-    for (const WriterFormat& row : kWriterFormats) {
-        if (row.pixFormat == pixFormat) return row;
-    }
-    return kNothing;
+    const bool known = pixFormat >= 1 && pixFormat <= sizeof(kWriterFormats) / sizeof(kWriterFormats[0]);
+    return known ? kWriterFormats[pixFormat - 1] : kNothing;
 }
 
 // The rows the writer takes out of the buffer. YV12 lays its rows at its own
@@ -104,28 +98,18 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
         return -2;
     }
 
-    // The rows of a picture go out in gathered writes straight from the
-    // mapping, a thousand rows a call. A failed write stays silent, as it
+    // The rows (a tiled picture is one) go out in gathered writes straight from
+    // the mapping, a thousand rows a call. A failed write stays silent, as it
     // always was.
-    mRowPieces.clear();
-    if (layout.format->planes == Planes::kBlock) {
-        mRowPieces.push_back(iovec{const_cast<uint8_t*>(vaddr), shape.runs[0].rowBytes});
-        mOutputFile.WriteGathered(mRowPieces);
-        return TS_OK;
-    }
     size_t rowsWritten = 0;
-    for (size_t r = 0; r < shape.count; ++r) {
-        const RowRun& run = shape.runs[r];
-        if (run.rowBytes == 0) continue;
-        for (uint64_t row = 0; row < run.rows; row += kRowsPerWrite) {
-            const uint64_t count = run.rows - row < kRowsPerWrite ? run.rows - row : kRowsPerWrite;
-            mRowPieces.clear();
-            AppendRowPieces(vaddr, run, row, count, mRowPieces);
-            rowsWritten += mOutputFile.WriteGathered(mRowPieces) / run.rowBytes;  // whole rows
-        }
-    }
+    ForEachRowBatch(vaddr, shape, kRowsPerWrite, mRowPieces,
+                    [&](std::vector<iovec>& pieces, uint64_t, const RowRun& run) {
+        rowsWritten += mOutputFile.WriteGathered(pieces) / run.rowBytes;  // whole rows
+        return true;
+    });
     // The line counts written rows, and only for the two-plane and packed layouts.
-    if (layout.format->planes != Planes::kPlanarYV12 && rowsWritten != 0) {
+    const Planes planes = layout.format->planes;
+    if (planes != Planes::kPlanarYV12 && planes != Planes::kBlock && rowsWritten != 0) {
         TS_LOGI("bufferSize: 0x%x", static_cast<unsigned>(rowsWritten));
     }
     return TS_OK;

@@ -5,11 +5,11 @@
 // mStride, mScanlines, mPixFormat); the buffer's mLength is not looked at.
 #pragma once
 
+#include <sys/uio.h>
+
 #include <cstdint>
 #include <memory>
 #include <vector>
-
-#include <sys/uio.h>
 
 #include "framework/File.h"
 #include "framework/TessaroImpl.h"
@@ -21,7 +21,6 @@ public:
     // The raw writer logs under the compressed writer's tag.
     static constexpr const char* kLogTag = "Tessaro::Impl::StreamWriter::Compressed";
 
-    StreamWriterUnCompressed() = default;
     ~StreamWriterUnCompressed() override = default;  // closes a file DeInit did not
 
     // Creates or truncates mOutputFileName; TS_ERROR when it cannot.

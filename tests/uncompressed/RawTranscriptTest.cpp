@@ -1,8 +1,10 @@
 // Every raw reader, generator and the raw writer, driven through the scenarios
-// of tests/data/raw/scenarios.txt; each run is written down as a transcript
-// (statuses, sizes, ranges, flags, timestamps, a digest of the whole client
-// buffer and of the output file, every log line) and compared with
-// tests/data/raw/transcripts.txt. TESSARO_WRITE_TRANSCRIPTS=1 rewrites that file.
+// of tests/data/raw/scenarios.txt (formats x geometries x buffers, page-sized
+// buffers so a stray byte faults, round trips of the ffmpeg-made samples); each
+// run is written down as a transcript (statuses, sizes, ranges, flags,
+// timestamps, a digest of the whole client buffer and of the output file, every
+// log line) and compared with tests/data/raw/transcripts.txt. To record them
+// anew: TESSARO_WRITE_TRANSCRIPTS=1 tessaro_uncompressed_tests --gtest_filter='Scenarios/*'.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -13,14 +15,16 @@
 
 #include "support/LogCapture.h"
 #include "tessaro/TessaroFactory.h"
-#include "uncompressed/RawTestSupport.h"
+#include "support/ClientBuffer.h"
+#include "support/Probe.h"
+#include "support/TestPaths.h"
 #include "uncompressed/StreamParserUncompressed.h"
 
 namespace tessaro {
 namespace {
 
 struct Scenario {
-    std::string name, key, mode = "play", input;
+    std::string name, key, mode = "play", input, ffmpeg;
     ConfigParam config{};
     uint32_t halfPictures = 7, capacity = 0, calls = 12, pix = 0;
 };
@@ -28,7 +32,7 @@ struct Scenario {
 void PrintTo(const Scenario& s, std::ostream* os) { *os << s.name; }
 
 // One line: name key WxH/SxSL then words (mode=, frames=, super=, halves=,
-// rate=, capacity=, calls=, pix=, input=, static, interlaced).
+// rate=, capacity=, calls=, pix=, input=, ffmpeg=, static, interlaced).
 Scenario ParseScenario(const std::string& line) {
     Scenario s;
     std::istringstream in(line);
@@ -44,6 +48,7 @@ Scenario ParseScenario(const std::string& line) {
         const std::string name = word.substr(0, eq), value = eq == std::string::npos ? "" : word.substr(eq + 1);
         if (name == "mode") s.mode = value;
         else if (name == "input") s.input = value;
+        else if (name == "ffmpeg") s.ffmpeg = value;
         else if (name == "static") c.mStaticPattern = true;
         else if (name == "interlaced") c.mInterlaced = true;
         else if (numbers.count(name)) *numbers[name] = static_cast<uint32_t>(std::stoul(value));
@@ -82,6 +87,11 @@ std::shared_ptr<Buffer> Graphic(uint64_t capacity, const std::string& content) {
     Buffer::Mapping mapping(buffer);
     std::copy(content.begin(), content.begin() + std::min<uint64_t>(capacity, content.size()), mapping.vaddr());
     return buffer;
+}
+
+std::vector<uint8_t> FileBytes(const std::string& path) {
+    const std::string bytes = test::ReadFile(path);
+    return {bytes.begin(), bytes.end()};
 }
 
 class Transcript {
@@ -137,11 +147,12 @@ protected:
     }
 
     void Play(const Scenario& s, Transcript& t);
+    void Judge(const Scenario& s, const std::string& path);
     void Checks(const Scenario& s, Transcript& t);
     void Write(const Scenario& s, Transcript& t);
     void WriterChecks(const Scenario& s, Transcript& t);
     void Output(Transcript& t, const std::string& path) {
-        const auto bytes = test::FileBytes(path);
+        const auto bytes = FileBytes(path);
         t.Note("output " + std::to_string(bytes.size()) + " " + Digest(bytes));
     }
 
@@ -166,7 +177,8 @@ void RawTranscript::Play(const Scenario& s, Transcript& t) {
     Lengths(t, *producer);
     const uint32_t length = producer->GetBufferLength();
     t.Flush();
-    auto buffer = Graphic(s.capacity ? s.capacity : std::max(4096u, (length + 4095) / 4096 * 4096), std::string(1 << 22, '\xEE'));
+    const uint32_t pages = std::max(4096u, (length + 4095) / 4096 * 4096);
+    auto buffer = Graphic(s.capacity ? s.capacity : pages, std::string(1 << 22, '\xEE'));
     for (uint32_t call = 0, eos = 0; call < s.calls && eos < 2; ++call) {
         buffer->mFlags = 0;
         const int32_t status = t.Call("Process", producer->Process(buffer));
@@ -180,8 +192,20 @@ void RawTranscript::Play(const Scenario& s, Transcript& t) {
     Output(t, scratch.File("out"));
     // A round trip of a committed sample gives its bytes back.
     if (!s.input.empty()) {
-        EXPECT_EQ(test::FileBytes(scratch.File("out")), test::FileBytes(c.mInputFileName));
+        EXPECT_EQ(FileBytes(scratch.File("out")), FileBytes(c.mInputFileName));
     }
+    if (!s.ffmpeg.empty() && test::HaveTool("ffmpeg")) Judge(s, scratch.File("out"));
+}
+
+// ffmpeg, as the independent judge, reads the written file as whole pictures
+// of the format and size and writes back the same bytes.
+void RawTranscript::Judge(const Scenario& s, const std::string& path) {
+    const std::string format = " -f rawvideo -pix_fmt " + s.ffmpeg;
+    const std::string size = " -s " + std::to_string(s.config.mWidth) + "x" + std::to_string(s.config.mHeight);
+    std::string decoded;
+    ASSERT_EQ(test::RunCommand("ffmpeg -hide_banner -loglevel error" + format + size + " -i '" + path + "'" + format + " -", &decoded), 0);
+    EXPECT_EQ(std::vector<uint8_t>(decoded.begin(), decoded.end()), FileBytes(path));
+    EXPECT_FALSE(decoded.empty());
 }
 
 // The checks in their order, with the geometry fields that are zero, the
@@ -210,6 +234,11 @@ void RawTranscript::Checks(const Scenario& s, Transcript& t) {
     const uint32_t length = std::max(p->GetBufferLength(), 1u);
     t.Call("Process linear", p->Process(test::MakeLinearBuffer(length)));
     t.Call("Process small", p->Process(test::MakeGraphicBuffer(length - 1)));
+    ConfigParam wider{};
+    wider.mStride = 2 * c.mStride;
+    p->SetConfig(wider);
+    Lengths(t, *p);  // sized once until DeInit
+    t.Call("Read small", Raw(*p).ReadfromInputFile(test::MakeGraphicBuffer(16)));
     t.Call("Read null", Raw(*p).ReadfromInputFile(nullptr));
     t.Call("Read unmapped", Raw(*p).ReadfromInputFile(test::MakeUnmappedBuffer(length, 1)));
     t.Call("Seek", p->Seek());
@@ -220,8 +249,10 @@ void RawTranscript::Checks(const Scenario& s, Transcript& t) {
     Lengths(t, *p);
     auto buffer = test::MakeGraphicBuffer((p->GetBufferLength() + 4095) / 4096 * 4096);
     t.Flush();
-    t.Call("Process", p->Process(buffer));
-    t.Buffer(*buffer);
+    for (int call = 0; call < 2; ++call) {
+        t.Call("Process", p->Process(buffer));
+        t.Buffer(*buffer);
+    }
 }
 
 void RawTranscript::Write(const Scenario& s, Transcript& t) {
@@ -319,6 +350,29 @@ TEST_P(RawTranscript, MatchesTheRecordedRun) {
          ++line, a.clear(), b.clear()) {
         ASSERT_EQ(b, a) << "line " << line << " of " << s.name;
     }
+}
+
+// A frame-rate change after a super-frame change can rebase the timestamp below
+// zero; the buffer then carries 0 rather than an undefined conversion.
+TEST(ReaderCore, TimestampRebasedBelowZeroSaturates) {
+    test::ScratchDir dir;
+    auto reader = TessaroFactory::getInstance()->getProcessorInstance("Parse/NV12");
+    ConfigParam c{};
+    c.mWidth = c.mHeight = c.mStride = c.mScanlines = 4;
+    c.mInputFileName = dir.Write("in", Patterned(3 * 24));
+    reader->SetConfig(c);
+    reader->Init();
+    auto buffer = test::MakeGraphicBuffer(reader->GetBufferLength());
+    ASSERT_EQ(reader->Process(buffer), 0);
+    ConfigParam rate{}, back{};
+    rate.mFrameRateNum = 1000000;
+    rate.mFrameRateDen = 1;
+    rate.mSuperFrame = 10;
+    reader->SetConfig(rate);
+    ASSERT_LT(dynamic_cast<TessaroImpl&>(*reader).timestamp(), 0.0f);
+    reader->SetConfig(back);  // one picture a buffer again
+    ASSERT_EQ(reader->Process(buffer), 0);
+    EXPECT_EQ(buffer->mTimestamp, 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, RawTranscript, ::testing::ValuesIn(Scenarios()),
