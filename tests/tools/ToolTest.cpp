@@ -91,6 +91,7 @@ TEST(Tool, OutputsMatchTheGoldenFiles) {
     } cases[] = {
         {"index $DATA/h264/idr_gop.264 -v", "tools/idr_gop.264.index"},
         {"index --json -k Parse/HEVC $DATA/h265/two_slices.265 -v", "tools/two_slices.265.json"},
+        {"index $DATA/tools/false_start_code.264 -v", "tools/false_start_code.264.index"},
         {"run Parse/AVC -i $DATA/h264/idr_gop.264 --md5 -q", "tools/idr_gop.264.md5"},
         {"run Pattern/NV12 --size 64x48 --frames 2 --interlaced --md5 -q", "tools/pattern_64x48.md5"},
     };
