@@ -29,8 +29,7 @@ TEST(Core, EveryConfigFieldHasAFlag) {
               std::make_tuple(9u, 64u, 32u, 80u, 48u, 2u, 30000u, 1001u, 4u, 5u, 1u, 4u, 6u, 7u, 4u, 1u));
     EXPECT_EQ(std::make_tuple(o.seek, o.seekMode, o.seekFrame, o.seekAfter, o.maxBuffers), std::make_tuple(true, 2u, 12u, 3ul, 100ul));
     EXPECT_TRUE(c.mSliceMode && c.mLoopForever && c.mStaticPattern && c.mInterlaced && c.mFlagA && c.mFlagC);
-    EXPECT_EQ(c.mSkipSlices, (std::vector<uint32_t>{1, 3}));
-    EXPECT_EQ(c.mSliceOrder, (std::vector<uint32_t>{2, 1}));
+    EXPECT_EQ(std::make_pair(c.mSkipSlices, c.mSliceOrder), std::make_pair(std::vector<uint32_t>{1, 3}, std::vector<uint32_t>{2, 1}));
     const ConfigParam defaults{}, plain = ParseRunOptions({"Parse/AVC", "-i", "in"}).config;
     EXPECT_EQ(std::tie(plain.mPixFormat, plain.mDeliveryMode, plain.mName, plain.mStride),
               std::tie(defaults.mPixFormat, defaults.mDeliveryMode, defaults.mName, defaults.mStride));
@@ -49,8 +48,7 @@ TEST(Core, GeneratorsGetTheLayoutPitchReadersTheirOwn) {
     EXPECT_EQ(yv12.mStride, 128u) << "the raw writer's YV12 pitch";
     EXPECT_EQ(RawCapacity("Parse/YV12", yv12, 2 * 7500), 7500 + 50 * 128 + 49 * 64 + 50u);
     EXPECT_EQ(RawCapacity("Parse/NV12", yv12, 4096), 4096u);
-    EXPECT_EQ(PackedPictureBytes("Parse/P210", 4, 2), 32u);
-    EXPECT_EQ(PackedPictureBytes("Parse/NV12_MOSA", 4, 2), 0u);
+    EXPECT_EQ(std::make_pair(PackedPictureBytes("Parse/P210", 4, 2), PackedPictureBytes("Parse/NV12_MOSA", 4, 2)), std::make_pair(32ul, 0ul));
 }
 
 TEST(Core, ProbeTellsEachSamplesFraming) {

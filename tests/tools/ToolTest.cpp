@@ -85,15 +85,18 @@ TEST(Tool, OutputsMatchTheGoldenFiles) {
         {"index $DATA/tools/false_start_code.264 -v", "tools/false_start_code.264.index"},
         {"run Parse/AVC -i $DATA/h264/idr_gop.264 --md5 -q", "tools/idr_gop.264.md5"},
         {"run Pattern/NV12 --size 64x48 --frames 2 --interlaced --md5 -q", "tools/pattern_64x48.md5"},
+        {"list", "tools/list.txt"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args);
         const Result r = Tool(Replace(c.args, "$DATA", kData));
         EXPECT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(Replace(r.out, kData, "$DATA"), ReadFile(DataPath(c.golden)));
+        std::string golden = ReadFile(DataPath(c.golden));
+#ifndef TESSARO_HAVE_CONTAINER
+        golden = std::regex_replace(golden, std::regex("Parse/Container.*\n"), "");
+#endif
+        EXPECT_EQ(Replace(r.out, kData, "$DATA"), golden);
     }
-    const Result list = Tool("list");
-    EXPECT_EQ(list.out, ReadFile(DataPath("tools/list.txt")));
     for (const char* args : {"--help", "help", "help run", "help list", "help index", "run -h", "index --help"}) {
         EXPECT_EQ(Tool(args).out.rfind("usage: tessaro", 0), 0u) << args;
     }
@@ -156,7 +159,7 @@ TEST(Tool, RoundTripsGiveTheInputBack) {
         const std::string input = DataPath(c.input), output = dir.File(c.output);
         const Result r = Tool(std::string("run ") + c.args + " -i " + input + " -o " + output + " -q");
         ASSERT_EQ(r.status, 0) << r.err;
-        const bool ivf = std::string(c.output) == "out.ivf";
+        const bool ivf = std::string(c.output) == "out.ivf";  // the rest: byte for byte
         EXPECT_TRUE(ivf || ReadFile(output) == ReadFile(input));
         if (!ivf || !HaveTool("ffmpeg")) continue;
         std::string a, b;
@@ -171,8 +174,7 @@ TEST(Tool, RoundTripsGiveTheInputBack) {
 // the tool gives by default: one solid rectangle per picture, clockwise.
 TEST(Tool, PatternPicturesHoldTheMovingBlock) {
     ScratchDir dir;
-    const Result r = Tool("run Pattern/NV12 --size 176x144 --frames 4 -q -o " + dir.File("p.yuv"));
-    ASSERT_EQ(r.status, 0) << r.err;
+    ASSERT_EQ(Tool("run Pattern/NV12 --size 176x144 --frames 4 -q -o " + dir.File("p.yuv")).status, 0);
     const std::string p = ReadFile(dir.File("p.yuv"));
     const size_t w = 176, h = 144, picture = w * h * 3 / 2;
     ASSERT_EQ(p.size(), 4 * picture);
