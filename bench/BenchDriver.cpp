@@ -36,19 +36,7 @@ namespace {
 using tessaro::Buffer;
 
 std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
-    const int fd = memfd_create("bench", MFD_CLOEXEC);
-    if (fd < 0 || ftruncate(fd, static_cast<off_t>(capacity)) != 0) {
-        if (fd >= 0) close(fd);
-        return nullptr;
-    }
-    std::shared_ptr<Buffer> buffer(new Buffer{}, [](Buffer* b) {
-        close(b->mFd);
-        delete b;
-    });
-    buffer->mFd = fd;
-    buffer->mCapacity = capacity;
-    buffer->mType = type;
-    return buffer;
+    return tessaro::MakeMemfdBuffer(capacity, type);
 }
 
 long PeakRssKiB() {

@@ -1,5 +1,7 @@
 #include "FuzzSupport.h"
 
+#include "tessaro/ClientBuffer.h"
+
 #include <android/log.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -44,16 +46,9 @@ InputFile::~InputFile() { unlink(mPath.c_str()); }
 
 std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
     capacity = std::min(capacity, kMaxBuffer);
-    const int fd = memfd_create("tessaro-fuzz", MFD_CLOEXEC);
-    if (fd < 0 || ftruncate(fd, static_cast<off_t>(capacity)) != 0) abort();
-    auto* buffer = new Buffer{};
-    buffer->mFd = fd;
-    buffer->mCapacity = capacity;
-    buffer->mType = type;
-    return std::shared_ptr<Buffer>(buffer, [fd](Buffer* b) {
-        close(fd);
-        delete b;
-    });
+    std::shared_ptr<Buffer> buffer = MakeMemfdBuffer(capacity, type);
+    if (buffer == nullptr) abort();
+    return buffer;
 }
 
 static std::vector<uint32_t> DrawList(FuzzedDataProvider& fdp) {

@@ -11,10 +11,9 @@ namespace tessaro {
 // A buffer owned by the client and backed by shared memory (on Linux a memfd).
 // The client sets mFd, mCapacity, mMapOffset (0 or a page multiple) and mType;
 // processors write only the range, timestamp, flags and (compressed parsers)
-// the end-of-frame, slice-skipped and layer fields. A processor keeps the
-// mapping of a buffer the client hands back call after call, checking on every
-// call that the descriptor still names the same memory, and unmaps it at DeInit
-// or destruction.
+// the end-of-frame, slice-skipped and layer fields. Nothing a processor makes
+// of a buffer (a mapping, a transfer through mFd) outlives the call it was
+// handed in.
 struct Buffer {
     // Flag bits stored in mFlags.
     static constexpr uint32_t FLAG_EOS = 1;           // last buffer of the stream

@@ -61,7 +61,7 @@ int32_t StreamParserCompressed::BuildOffsetTable() {
 
 int32_t StreamParserCompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mState = STATE::STOPPED;
     mSawEOS = false;
     mIsSeekSet = false;

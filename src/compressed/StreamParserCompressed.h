@@ -114,9 +114,6 @@ private:
         Buffer& buffer;
         uint32_t total = 0;    // bytes written in this call
         uint32_t layerId = 0;  // mLayerId of the unit read last
-        // The client buffer's mapping, taken by the first read of the call and
-        // shared by the reads after it.
-        const Buffer::Mapping* mapping = nullptr;
     };
 
     // Reads length bytes at offset of the input into the client buffer behind

@@ -1,6 +1,6 @@
 // StreamParserCompressed::Process: one client buffer per call, filled from the
-// frame offset table by one positioned read per unit straight into the
-// buffer's mapping.
+// frame offset table by one positioned copy per unit from the input into the
+// buffer.
 #include <algorithm>
 
 #include "compressed/StreamParserCompressed.h"
@@ -51,8 +51,6 @@ int32_t StreamParserCompressed::SignalEndOfStream(Buffer& buffer) {
 int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& unit,
                                          uint64_t offset, uint64_t length) {
     Buffer& buffer = delivery.buffer;
-    if (delivery.mapping == nullptr) delivery.mapping = &mBufferMappings.Acquire(buffer);
-    const Buffer::Mapping& mapping = *delivery.mapping;
     TS_LOGI("Buffer Capacity %d | Length to be read %d data offset:%u",
             static_cast<int>(buffer.capacity()), static_cast<int>(length),
             static_cast<uint32_t>(offset));
@@ -64,11 +62,12 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& un
     const bool appends = buffer.mMapOffset == 0;
     TS_CHECK_TEXT(appends && buffer.capacity() - length < delivery.total,
                   "buffer->capacity() < length", kCapacityBelowLength, -2);
-    uint8_t* vaddr = mapping.vaddr();
-    TS_CHECK_TEXT(vaddr == nullptr && length != 0, "vaddr == nullptr", kUnmappedBuffer, -2);
-
-    uint8_t* dst = appends ? vaddr + delivery.total : vaddr;
-    const uint64_t got = length != 0 ? mInputFile.ReadAt(offset, dst, length) : 0;
+    const uint64_t at = appends ? delivery.total : 0;
+    const ClientBufferIo::Moved moved =
+        length != 0 ? mClientBuffers.FillFromFile(buffer, at, mInputFile.file(), offset, length)
+                    : ClientBufferIo::Moved{true, 0};
+    TS_CHECK_TEXT(!moved.usable, "vaddr == nullptr", kUnmappedBuffer, -2);
+    const uint64_t got = moved.bytes;
     if (got < length && unit.mIsLastFrame == 0) {
         TS_LOGE("Error. Fail to read Input File.");
         return TS_ERROR;
@@ -158,7 +157,7 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
     // The table does not change while frames are delivered: read it in place.
     const std::vector<FrameInfo>* units = &entry->second;
 
-    Delivery delivery{*buffer, 0, 0, nullptr};
+    Delivery delivery{*buffer, 0, 0};
 
     // After a seek the buffer first carries every codec-config unit of the
     // frames before the target, so that a decoder can start there.

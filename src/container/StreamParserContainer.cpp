@@ -109,12 +109,15 @@ void StreamParserContainer::QueueHeaders() {
 
 int32_t StreamParserContainer::fillFrame(const std::shared_ptr<Buffer>& buffer, const void* data,
                                          uint64_t length, uint64_t& totalLength) {
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     TS_LOGW("buffer->capacity() %u totalLength %u length %u", static_cast<unsigned>(buffer->capacity()),
             static_cast<unsigned>(totalLength), static_cast<unsigned>(length));
     TS_CHECK(buffer->capacity() - totalLength < length, 746, -2);
-    if (mapping.vaddr() == nullptr || data == nullptr) {
-        if (mapping.vaddr() == nullptr) {
+    const uint64_t copied = data != nullptr ? length : 0;
+    const ClientBufferIo::Moved moved = mClientBuffers.FillFromMemory(*buffer, totalLength, data, copied);
+    // A buffer whose memory cannot take the bytes counts as a missing destination.
+    const bool noDestination = !moved.usable || moved.bytes < copied;
+    if (noDestination || data == nullptr) {
+        if (noDestination) {
             TS_LOGE("Invalid Destination Address");
         } else {
             TS_LOGE("Invalid Source Address");
@@ -122,7 +125,6 @@ int32_t StreamParserContainer::fillFrame(const std::shared_ptr<Buffer>& buffer, 
         TS_REPORT("copyData(mapping->vaddr() + totalLength, data, length) == TS_ERROR", 750);
         return TS_ERROR;
     }
-    if (length != 0) memcpy(mapping.vaddr() + totalLength, data, length);
     totalLength += length;
     return TS_OK;
 }
@@ -171,17 +173,18 @@ int32_t StreamParserContainer::Process(std::shared_ptr<Buffer> buffer) {
         TS_LOGI("Reached the End of Stream");
     } else {
         AMediaExtractor* extractor = mExtractor.get();
-        std::unique_ptr<uint8_t[]> localBuffer(new (std::nothrow) uint8_t[kSampleScratchSize]);
+        // One scratch block per run, taken by the first sample and kept.
+        if (mSampleScratch == nullptr) mSampleScratch.reset(new (std::nothrow) uint8_t[kSampleScratchSize]);
+        uint8_t* const localBuffer = mSampleScratch.get();
         const ssize_t sampleSize =
-            localBuffer ? AMediaExtractor_readSampleData(extractor, localBuffer.get(), kSampleScratchSize)
-                        : -1;
+            localBuffer ? AMediaExtractor_readSampleData(extractor, localBuffer, kSampleScratchSize) : -1;
         if (sampleSize < 0) {
             TS_LOGE("Failed to read the sample data");
             return TS_ERROR;
         }
         const int64_t sampleTime = AMediaExtractor_getSampleTime(extractor);
         const int32_t filled =
-            fillFrame(buffer, localBuffer.get(), static_cast<uint64_t>(sampleSize), totalLength);
+            fillFrame(buffer, localBuffer, static_cast<uint64_t>(sampleSize), totalLength);
         TS_CHECK_TEXT(filled != TS_OK, "fillFrame(localBuffer, sampleSize) != TS_OK", 803, TS_ERROR);
         buffer->mFlags = 0;
         buffer->mTimestamp = static_cast<uint64_t>(sampleTime);
@@ -206,7 +209,8 @@ int32_t StreamParserContainer::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserContainer::DeInit() {
     TS_LOGW("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
+    mSampleScratch.reset();
     mSawEOS = false;
     mSawInputEOS = false;
     mFD.Close();  // the extractor reads through a descriptor of its own

@@ -102,6 +102,7 @@ private:
     std::shared_ptr<AMediaExtractor> mExtractor;
     std::unordered_map<uint32_t, std::vector<uint64_t>> mFrameTable;  // never filled
     std::queue<std::unique_ptr<Header>> mHeaders;  // csd blobs still to deliver
+    std::unique_ptr<uint8_t[]> mSampleScratch;     // kSampleScratchSize bytes, the sample read last
     uint64_t mRunCounter = 1;  // reset by DeInit, otherwise unused
     uint32_t mRunIndex = 0;    // reset by DeInit, otherwise unused
 };

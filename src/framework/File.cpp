@@ -126,13 +126,17 @@ uint64_t File::Size() const {
 }
 
 uint64_t File::ReadAt(uint64_t offset, void* dst, uint64_t n, bool* error) const {
-    if (error != nullptr) *error = mFd < 0;
-    if (mFd < 0 || offset > static_cast<uint64_t>(INT64_MAX)) return 0;
+    return ReadAt(mFd, offset, dst, n, error);
+}
+
+uint64_t File::ReadAt(int fd, uint64_t offset, void* dst, uint64_t n, bool* error) {
+    if (error != nullptr) *error = fd < 0;
+    if (fd < 0 || offset > static_cast<uint64_t>(INT64_MAX)) return 0;
     auto* out = static_cast<uint8_t*>(dst);
     return MoveAll(
         n,
-        [this, out, offset](uint64_t done, size_t chunk) {
-            return pread(mFd, out + done, chunk, static_cast<off_t>(offset + done));
+        [fd, out, offset](uint64_t done, size_t chunk) {
+            return pread(fd, out + done, chunk, static_cast<off_t>(offset + done));
         },
         error);
 }
@@ -151,10 +155,14 @@ uint64_t File::ReadGatheredAt(std::vector<iovec>& pieces, uint64_t offset) const
 }
 
 uint64_t File::WriteAt(uint64_t offset, const void* src, uint64_t n) const {
-    if (mFd < 0 || offset > static_cast<uint64_t>(INT64_MAX)) return 0;
+    return WriteAt(mFd, offset, src, n);
+}
+
+uint64_t File::WriteAt(int fd, uint64_t offset, const void* src, uint64_t n) {
+    if (fd < 0 || offset > static_cast<uint64_t>(INT64_MAX)) return 0;
     const auto* in = static_cast<const uint8_t*>(src);
-    return MoveAll(n, [this, in, offset](uint64_t done, size_t chunk) {
-        return pwrite(mFd, in + done, chunk, static_cast<off_t>(offset + done));
+    return MoveAll(n, [fd, in, offset](uint64_t done, size_t chunk) {
+        return pwrite(fd, in + done, chunk, static_cast<off_t>(offset + done));
     });
 }
 

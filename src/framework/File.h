@@ -58,6 +58,11 @@ public:
     // Returns the bytes written. The pieces are consumed (modified).
     uint64_t WriteGathered(std::vector<iovec>& pieces) const;
 
+    // The same positioned transfers on a descriptor the caller owns (a client
+    // buffer's memory): not closed, not moved.
+    static uint64_t ReadAt(int fd, uint64_t offset, void* dst, uint64_t n, bool* error = nullptr);
+    static uint64_t WriteAt(int fd, uint64_t offset, const void* src, uint64_t n);
+
 private:
     bool Adopt(int fd);
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "framework/BufferMappingCache.h"
+#include "framework/ClientBufferIo.h"
 #include "framework/Log.h"
 #include "tessaro/TessaroInterface.h"
 
@@ -36,9 +36,9 @@ protected:
     float mTimestampDelta = 33333.0f;   // microseconds per frame (30 fps)
     ConfigParam mConfigParam;           // the merged configuration
     STATE mState = STATE::UNINITIALIZED;
-    // The client buffers' mappings, reused while the client hands the same
-    // buffers back; emptied by DeInit.
-    BufferMappingCache mBufferMappings;
+    // Moves bytes into and out of the client's buffers; its staging block is
+    // freed by DeInit.
+    ClientBufferIo mClientBuffers;
 
 private:
     void MergeGeometryAndCounts(const ConfigParam& param);

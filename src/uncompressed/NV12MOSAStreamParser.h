@@ -1,24 +1,12 @@
-// NV12MOSAStreamParser: reads NV12 pictures stored in the tiled, compressed MOSA
-// layout: each picture is the byte image of a buffer in that layout, sized
-// by the layout library for mWidth x mHeight.
+// NV12MOSAStreamParser: reads NV12 pictures in the tiled, compressed MOSA layout,
+// as formats::kNV12Mosa says.
 #pragma once
-
 #include "uncompressed/StreamParserUncompressed.h"
-
 namespace tessaro {
-
 class NV12MOSAStreamParser : public StreamParserUncompressed {
 public:
-    static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::UnCompressed::NV12_MOSA";
-
-    // Fixes the picture size (the same in the buffer and in the file) on the
-    // first call and returns mSuperFrame x mBufferSize; 0 when not running, on
-    // a zero width or height, after EOS, or when the layout has no size for it.
-    uint32_t GetBufferLength() override;
-
-    // Copies mSuperFrame pictures, each one read of mBufferSize bytes, back to
-    // back from the buffer's start. mStride and mScanlines play no part.
-    int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
+    NV12MOSAStreamParser() : StreamParserUncompressed(formats::kNV12Mosa) {}
+protected:
+    explicit NV12MOSAStreamParser(const PictureFormat& format) : StreamParserUncompressed(format) {}
 };
-
 }  // namespace tessaro

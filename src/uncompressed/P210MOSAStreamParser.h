@@ -1,23 +1,9 @@
-// P210MOSAStreamParser: reads P210 pictures stored in the MOSA layout, one block a
-// picture, sized by the layout library for mWidth x mHeight.
+// P210MOSAStreamParser: reads P210 pictures in the MOSA layout, as formats::kP210Mosa says.
 #pragma once
-
 #include "uncompressed/StreamParserUncompressed.h"
-
 namespace tessaro {
-
 class P210MOSAStreamParser : public StreamParserUncompressed {
 public:
-    static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::UnCompressed::P210MOSA";
-
-    // Fixes the picture size (the same in the buffer and in the file) on the
-    // first call and returns mSuperFrame x mBufferSize; 0 when not running, on
-    // a zero width or height, after EOS, or when the layout has no size for it.
-    uint32_t GetBufferLength() override;
-
-    // Copies mSuperFrame pictures, each one read of mBufferSize bytes, back to
-    // back from the buffer's start. mStride and mScanlines play no part.
-    int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
+    P210MOSAStreamParser() : StreamParserUncompressed(formats::kP210Mosa) {}
 };
-
 }  // namespace tessaro

@@ -1,22 +1,9 @@
-// P210StreamParser: reads P210 pictures: 16-bit samples, a luma plane of mHeight rows of
-// 2 x mWidth bytes and an interleaved chroma plane of as many rows, at
-// 2 x mStride pitch with the chroma plane mScanlines rows down.
+// P210StreamParser: reads P210 pictures, as formats::kP210 says.
 #pragma once
-
 #include "uncompressed/StreamParserUncompressed.h"
-
 namespace tessaro {
-
 class P210StreamParser : public StreamParserUncompressed {
 public:
-    static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::UnCompressed::P210";
-
-    // Fixes the picture sizes on the first call and returns mSuperFrame x
-    // mBufferSize; 0 when not running, on a zero stride or scanlines or after EOS.
-    uint32_t GetBufferLength() override;
-
-    // Reads mSuperFrame pictures, picture i at i x mBufferSize, one read a row.
-    int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
+    P210StreamParser() : StreamParserUncompressed(formats::kP210) {}
 };
-
 }  // namespace tessaro

@@ -45,80 +45,55 @@ int32_t PatternGenerator::Process(std::shared_ptr<Buffer> buffer) {
     return TS_OK;
 }
 
-uint32_t PatternGenerator::PatternBufferLength(uint32_t format, int stateLine, GeometryCheck first,
-                                               GeometryCheck second) {
-    const uint32_t size =
-        VideoBufferLayout_GetBufferSize(format, mConfigParam.mStride, mConfigParam.mScanlines);
-    return BufferLengthFor(kLogTag, stateLine, first, second, size, mFileBufferSize);
-}
-
-int32_t PatternGenerator::RefuseOversizedPicture() {
-    TS_LOGE("Error. Picture does not fit in the buffer.");
-    return -2;
-}
-
-int32_t PatternGenerator::DrawYuvPattern(const std::shared_ptr<Buffer>& buffer, uint32_t format,
-                                         bool clearAll, bool fullHeightChroma, int nullLine,
-                                         int vaddrLine) {
+int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
-    if (buffer == nullptr) return ReportFailure(kLogTag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return ReportFailure(kLogTag, "vaddr == nullptr", vaddrLine, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
+    const uint32_t format = mFormat.bufferSize.code;
+    const bool clearAll = mFormat.pattern == Pattern::kYuvClearCapacity;
+    const bool fullHeightChroma = mFormat.planes == Planes::kSemiPlanar422;
 
-    const int64_t width = mConfigParam.mWidth;
-    const int64_t height = mConfigParam.mHeight;
-    const int64_t lumaPitch = VideoBufferLayout_GetStrideInBytes(format, mConfigParam.mWidth, 1);
-    const int64_t lumaRows = VideoBufferLayout_GetScanlines(format, mConfigParam.mHeight, 1);
-    const int64_t chromaPitch = VideoBufferLayout_GetStrideInBytes(format, mConfigParam.mWidth, 3);
+    const uint64_t width = mConfigParam.mWidth, height = mConfigParam.mHeight;
+    const uint64_t lumaPitch = VideoBufferLayout_GetStrideInBytes(format, mConfigParam.mWidth, 1);
+    const uint64_t lumaRows = VideoBufferLayout_GetScanlines(format, mConfigParam.mHeight, 1);
+    const uint64_t chromaPitch = VideoBufferLayout_GetStrideInBytes(format, mConfigParam.mWidth, 3);
 
     // The block is half the picture in each direction and visits the quadrants
     // clockwise from the top left; the first buffer (count 1) is drawn top right.
     const uint32_t phase = mConfigParam.mStaticPattern ? 0 : mFrameCount % 4;
-    const int64_t x0 = (phase == 1 || phase == 2) ? width / 2 : 0;
-    const int64_t y0 = (phase >= 2) ? height / 2 : 0;
-    const int64_t blockWidth = width / 2;
-    const int64_t blockRows = height / 2;
-    const int64_t chromaTop = fullHeightChroma ? y0 : ((phase >= 2) ? height / 4 : 0);
-    const int64_t chromaRows = fullHeightChroma ? blockRows : (height >= 4 ? height / 4 : 0);
-    const int64_t chromaStart = lumaRows * lumaPitch;
+    const uint64_t x0 = (phase == 1 || phase == 2) ? width / 2 : 0;
+    const uint64_t y0 = (phase >= 2) ? height / 2 : 0;
+    const RowRun luma{y0 * lumaPitch + x0, height / 2, width / 2, lumaPitch};
+    const uint64_t chromaTop = fullHeightChroma ? y0 : ((phase >= 2) ? height / 4 : 0);
+    const uint64_t chromaRows = fullHeightChroma ? height / 2 : (height >= 4 ? height / 4 : 0);
+    // Chroma pairs are filled from the right, so with an odd block width the
+    // last pair reaches one byte left of the block, a boundary that is kept.
+    const uint64_t pairs = (width / 2 + 1) / 2;
+    const uint64_t lastColumn = x0 + width / 2 - 1;
+    const RowRun chroma{lumaRows * lumaPitch + chromaTop * chromaPitch + lastColumn + 1 - 2 * pairs,
+                        chromaRows, 2 * pairs, chromaPitch};
 
-    // Chroma pairs are filled from the right; with an odd block width the last
-    // pair reaches one byte left of the block, a boundary that is kept.
-    const int64_t lastColumn = x0 + blockWidth - 1;
-    const int64_t firstPairByte = x0 - 1 + ((blockWidth - 1) % 2 + 2) % 2;
-
-    // Everything drawn must lie inside the mapping: a geometry larger than the
-    // buffer fails here, before the first byte is written.
-    const int64_t capacity = static_cast<int64_t>(buffer->capacity());
-    const int64_t cleared = clearAll ? capacity : static_cast<int64_t>(mBufferSize);
-    if (cleared > capacity) return RefuseOversizedPicture();
-    const bool drawLuma = blockRows > 0 && blockWidth > 0;
-    if (drawLuma && (y0 + blockRows - 1) * lumaPitch + lastColumn >= capacity) {
+    // Everything drawn must lie inside the mapping (a block reaching left of the
+    // plane wraps to a huge offset): checked here, before the first byte.
+    const uint64_t capacity = buffer->capacity();
+    const uint64_t cleared = clearAll ? capacity : mBufferSize;
+    if (cleared > capacity || luma.End() > capacity || chroma.End() > capacity) {
         return RefuseOversizedPicture();
-    }
-    const bool drawChroma = chromaRows > 0 && blockWidth > 0;
-    if (drawChroma) {
-        const int64_t first = chromaStart + chromaTop * chromaPitch + firstPairByte;
-        const int64_t last = chromaStart + (chromaTop + chromaRows - 1) * chromaPitch + lastColumn;
-        if (first < 0 || last >= capacity) return RefuseOversizedPicture();
     }
 
     // Every picture of the buffer is drawn at its start, one over the other, so
     // drawing it once gives the same bytes.
-    std::memset(vaddr, 0, static_cast<size_t>(cleared));
-    if (drawLuma) {
-        for (int64_t row = y0; row < y0 + blockRows; ++row) {
-            std::memset(vaddr + row * lumaPitch + x0, mPatternY, static_cast<size_t>(blockWidth));
-        }
+    std::memset(vaddr, 0, cleared);
+    for (uint64_t row = 0; luma.End() != 0 && row < luma.rows; ++row) {
+        std::memset(vaddr + luma.offset + row * luma.pitch, mPatternY, luma.rowBytes);
     }
-    if (drawChroma) {
-        for (int64_t row = chromaTop; row < chromaTop + chromaRows; ++row) {
-            uint8_t* const line = vaddr + chromaStart + row * chromaPitch;
-            for (int64_t c = lastColumn; c >= x0; c -= 2) {
-                line[c] = mPatternV;
-                *(vaddr + (chromaStart + row * chromaPitch + c - 1)) = mPatternU;
-            }
+    for (uint64_t row = 0; chroma.End() != 0 && row < chroma.rows; ++row) {
+        uint8_t* const pair = vaddr + chroma.offset + row * chroma.pitch;
+        for (uint64_t p = 0; p < pairs; ++p) {
+            pair[2 * p] = mPatternU;
+            pair[2 * p + 1] = mPatternV;
         }
     }
     return TS_OK;

@@ -1,9 +1,7 @@
 // PatternGenerator: a raw-picture source that reads no file. Each Process draws
-// mSuperFrame pictures, all zero but for one solid block that moves to the next
-// place of a fixed cycle with every buffer (or stays, with mStaticPattern).
-// With mInterlaced two calls make one frame and share its timestamp. There is
-// no natural end: mFrames must be set, and the buffer of frame mFrames is the
-// last. DeInit and Seek are the reader base's.
+// pictures all zero but for a block that moves along a fixed cycle (or stays,
+// with mStaticPattern); with mInterlaced two calls make one frame. mFrames must
+// be set: its buffer is the last. DeInit and Seek are the reader base's.
 #pragma once
 
 #include <cstdint>
@@ -24,23 +22,13 @@ public:
     // mFrames is done. 0 when drawn or returned empty.
     int32_t Process(std::shared_ptr<Buffer> buffer) override;
 
+    // Draws the YUV block (luma mPatternY, chroma pairs mPatternU, mPatternV) at
+    // the layout library's pitches for the format's colour code. 0; -4 for an
+    // empty pointer, -2 when unmappable or the drawing would reach past it.
+    int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) override;
+
 protected:
-    PatternGenerator() = default;
-
-    // The shared GetBufferLength of the generators: sizes the picture with the
-    // layout library's GetBufferSize(format, mStride, mScanlines) on the first call.
-    uint32_t PatternBufferLength(uint32_t format, int stateLine, GeometryCheck first,
-                                 GeometryCheck second);
-
-    // Draws the YUV block (luma mPatternY, chroma pairs mPatternU, mPatternV) in
-    // the layout `format` asks the layout library for. `clearAll` clears the
-    // whole capacity first, else the first mBufferSize bytes; `fullHeightChroma`
-    // draws chroma on the luma block's rows (4:2:2) instead of half of them.
-    int32_t DrawYuvPattern(const std::shared_ptr<Buffer>& buffer, uint32_t format, bool clearAll,
-                           bool fullHeightChroma, int nullLine, int vaddrLine);
-
-    // Logs that the drawing would reach outside the client's buffer; -2.
-    static int32_t RefuseOversizedPicture();
+    explicit PatternGenerator(const PictureFormat& format) : StreamParserUncompressed(format) {}
 
     uint8_t mPatternY = 120;
     uint8_t mPatternU = 160;

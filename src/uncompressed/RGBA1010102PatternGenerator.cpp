@@ -2,12 +2,6 @@
 
 namespace tessaro {
 
-uint32_t RGBA1010102PatternGenerator::GetBufferLength() {
-    return PatternBufferLength(12, 398,
-                               {mConfigParam.mStride == 0, "mConfigParam.mStride == 0", 399},
-                               {mConfigParam.mScanlines == 0, "mConfigParam.mScanlines == 0", 400});
-}
-
 void RGBA1010102PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t green,
                                            uint16_t blue) {
     pixel[0] = static_cast<uint8_t>(red & 0xFF);

@@ -8,9 +8,7 @@ namespace tessaro {
 
 class RGBA1010102PatternGenerator : public RGBA32PatternGenerator {
 public:
-    // Sizes the buffer as GetBufferSize(12, mStride, mScanlines) on the first
-    // call; 0 when not running, on a zero stride or scanlines, or after EOS.
-    uint32_t GetBufferLength() override;
+    RGBA1010102PatternGenerator() : RGBA32PatternGenerator(formats::kPatternRGBA1010102) {}
 
     // Writes one 10:10:10:2 pixel; component bits above bit 9 are dropped.
     void setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue) override;

@@ -4,11 +4,6 @@
 
 namespace tessaro {
 
-uint32_t RGBA32PatternGenerator::GetBufferLength() {
-    return PatternBufferLength(8, 378, {mConfigParam.mWidth == 0, "mConfigParam.mWidth == 0", 379},
-                               {mConfigParam.mHeight == 0, "mConfigParam.mHeight == 0", 380});
-}
-
 void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue) {
     pixel[0] = static_cast<uint8_t>(red >> 2);
     pixel[1] = static_cast<uint8_t>(green >> 2);
@@ -18,17 +13,15 @@ void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t gre
 
 int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
-    TS_CHECK(buffer == nullptr, 333, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    TS_CHECK(vaddr == nullptr, 340, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
-    const uint64_t width = mConfigParam.mWidth;
-    const uint64_t height = mConfigParam.mHeight;
+    const uint64_t width = mConfigParam.mWidth, height = mConfigParam.mHeight;
     const uint64_t p = mConfigParam.mStaticPattern ? 0 : mFrameCount;
     const uint64_t q = p % 4;
-    const uint64_t blockWidth = width / 4;
-    const uint64_t blockRows = height / 2;
+    const uint64_t blockWidth = width / 4, blockRows = height / 2;
     const uint64_t left = q * blockWidth;
     const uint64_t top = (p & 4) != 0 ? height / 2 : 0;
     const bool drawBlock = height >= 2 && width >= 4;

@@ -87,12 +87,10 @@ int32_t StreamParserUncompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamParserUncompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mSawEOS = false;
     mFileSize = 0;
-    mBufferSize = 0;
-    mFileBufferSize = 0;
-    mFrameCount = 0;
+    mBufferSize = mFileBufferSize = mFrameCount = 0;
     mTimestamp = 0.0f;
     mTimestampDelta = 33333.0f;
     mReadDirection = kForward;
@@ -105,87 +103,89 @@ int32_t StreamParserUncompressed::Seek() {
     return TS_ERROR;
 }
 
-uint32_t StreamParserUncompressed::BufferLengthFor(const char* tag, int stateLine,
-                                                   GeometryCheck first, GeometryCheck second,
-                                                   uint32_t bufferSize, uint32_t fileBufferSize) {
+PictureGeometry StreamParserUncompressed::Geometry() const {
+    const ConfigParam& c = mConfigParam;
+    return {c.mWidth, c.mHeight, c.mStride, c.mScanlines};
+}
+
+int32_t StreamParserUncompressed::Refuse(const char* text, int line, int32_t status) const {
+    return ReportFailure(mFormat.tag, text, line, status);
+}
+
+int32_t StreamParserUncompressed::RefuseOversizedPicture() const {
+    __android_log_print(kLogError, mFormat.tag, "Error. Picture does not fit in the buffer.");
+    return -2;
+}
+
+uint32_t StreamParserUncompressed::GetBufferLength() {
+    const char* const tag = mFormat.tag;
+    const ConfigParam& c = mConfigParam;
+    const int line = mFormat.stateLine;
     __android_log_print(kLogInfo, tag, "GetBufferLength");
-    if (mState != STATE::RUNNING) return ReportFailure(tag, "mState != STATE::RUNNING", stateLine, 0);
-    if (first.failed) return ReportFailure(tag, first.text, first.line, 0);
-    if (second.failed) return ReportFailure(tag, second.text, second.line, 0);
+    if (mState != STATE::RUNNING) return Refuse("mState != STATE::RUNNING", line, 0);
+    const bool stride = mFormat.checksStride;
+    if ((stride ? c.mStride : c.mWidth) == 0) {
+        return Refuse(stride ? "mConfigParam.mStride == 0" : "mConfigParam.mWidth == 0", line + 1, 0);
+    }
+    if ((stride ? c.mScanlines : c.mHeight) == 0) {
+        return Refuse(stride ? "mConfigParam.mScanlines == 0" : "mConfigParam.mHeight == 0", line + 2, 0);
+    }
     if (mSawEOS) {
         __android_log_print(kLogInfo, tag, "Already reached EOS.");
         return 0;
     }
     if (mBufferSize == 0) {
-        mBufferSize = bufferSize;
-        mFileBufferSize = fileBufferSize;
+        mBufferSize = mFormat.bufferSize.Of(Geometry());
+        if (mFormat.fileSize.kind != SizeRule::kUnset) mFileBufferSize = mFormat.fileSize.Of(Geometry());
     }
-    const uint32_t length = mConfigParam.mSuperFrame * mBufferSize;
+    const uint32_t length = c.mSuperFrame * mBufferSize;
     __android_log_print(kLogInfo, tag, "Buffer length = %d", static_cast<int>(length));
     return length;
 }
 
-int32_t StreamParserUncompressed::ReadPictureRows(const std::shared_ptr<Buffer>& buffer,
-                                                  const char* tag, int nullLine, int vaddrLine,
-                                                  const RowRun* runs, size_t runCount,
-                                                  uint64_t pictureDistance) {
-    if (buffer == nullptr) return ReportFailure(tag, "buffer == nullptr", nullLine, -4);
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
+// The geometry is checked once, against the whole buffer, before any row is
+// read; the row loop below checks only the reads.
+int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
+    const char* const tag = mFormat.tag;
+    __android_log_print(kLogInfo, tag, mFormat.readEntry, static_cast<int>(mBufferSize));
+    if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
+    const Buffer::Mapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return ReportFailure(tag, "vaddr == nullptr", vaddrLine, -2);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
+    const PictureRuns picture = RunsOf(mFormat, Geometry(), mBufferSize, ChromaRows::kReader);
     const uint64_t pictures = mConfigParam.mSuperFrame;
-    const uint64_t end = RowRunsEnd(runs, runCount);
-    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(pictureDistance) + end >
+    const uint64_t end = picture.End();
+    if (end != 0 && (pictures - 1) * static_cast<unsigned __int128>(picture.pictureDistance) + end >
                         buffer->capacity()) {
-        __android_log_print(kLogError, tag, "Error. Picture does not fit in the buffer.");
-        return -2;
+        return RefuseOversizedPicture();
     }
 
     for (uint64_t i = 0; i < pictures; ++i) {
-        uint8_t* const base = vaddr + i * pictureDistance;
-        if (ReadPictureGathered(base, runs, runCount)) continue;
-        for (size_t r = 0; r < runCount; ++r) {
-            const RowRun& run = runs[r];
-            if (run.End() == 0) continue;
-            for (uint64_t row = 0; row < run.rows; ++row) {
-                char* const dst = reinterpret_cast<char*>(base + run.offset + row * run.pitch);
-                mInputFile.read(dst, run.rowBytes);
-                if (mInputFile.bad() || mInputFile.fail() ||
-                    static_cast<uint64_t>(mInputFile.gcount()) < run.rowBytes) {
-                    __android_log_print(kLogError, tag, "Error. Fail to read Input File.");
-                    return TS_ERROR;
-                }
-            }
+        if (!ReadRows(vaddr + i * picture.pictureDistance, picture)) {
+            __android_log_print(kLogError, tag, "Error. Fail to read Input File.");
+            return TS_ERROR;
         }
     }
     return TS_OK;
 }
 
-// A picture wholly inside the file is read in one gathered read at the
-// stream's position, and the stream moves past it as the row reads would have.
-// Anything else (a stream that already failed, rows reaching past the end of
-// the file) is left to the row reads, which fail exactly as they always did.
-bool StreamParserUncompressed::ReadPictureGathered(uint8_t* base, const RowRun* runs,
-                                                   size_t runCount) {
-    if (!mInputFile.is_open() || !mInputFile.good()) return false;
-    uint64_t rows = 0;
-    for (size_t r = 0; r < runCount; ++r) rows += runs[r].rows;
-    if (rows > kMaxGatheredRows) return false;
-    mRowPieces.clear();
-    for (size_t r = 0; r < runCount; ++r) {
-        if (runs[r].End() != 0) AppendRowPieces(base, runs[r], 0, runs[r].rows, mRowPieces);
-    }
-    uint64_t bytes = 0;
-    for (const iovec& piece : mRowPieces) bytes += piece.iov_len;
-    const int64_t pos = mInputFile.tellg();
-    if (bytes == 0 || pos < 0 || static_cast<uint64_t>(pos) > mFileSize ||
-        bytes > mFileSize - static_cast<uint64_t>(pos)) {
+// The rows go in gathered reads of up to kMaxGatheredRows rows from the
+// stream's position, and the stream moves past them. A read that comes up
+// short keeps the bytes that arrived and leaves the stream at the end of the
+// file in the end-of-file and fail state, as reading row by row would.
+bool StreamParserUncompressed::ReadRows(uint8_t* base, const PictureRuns& picture) {
+    return ForEachRowBatch(base, picture, kMaxGatheredRows, mRowPieces,
+                           [this](std::vector<iovec>& pieces, uint64_t bytes, const RowRun&) {
+        const int64_t pos = mInputFile.good() ? mInputFile.tellg() : -1;
+        const uint64_t got = pos < 0 ? 0 : mInputFile.file().ReadGatheredAt(pieces, pos);
+        if (pos >= 0) mInputFile.seekg(pos + static_cast<int64_t>(got));
+        if (got == bytes) return true;
+        uint8_t past = 0;
+        mInputFile.read(&past, 1);
+        mInputFile.setFail();
         return false;
-    }
-    if (mInputFile.file().ReadGatheredAt(mRowPieces, static_cast<uint64_t>(pos)) != bytes) return false;
-    mInputFile.seekg(pos + static_cast<int64_t>(bytes));
-    return !mInputFile.fail();
+    });
 }
 
 void StreamParserUncompressed::DeliverEmptyEos(const char* tag, Buffer& buffer,

@@ -1,9 +1,8 @@
 // StreamParserUncompressed: the base of every raw-picture reader and of the
-// pattern generators. It owns the input file, the per-picture sizes, the frame
+// pattern generators. It owns the input file, the picture sizes, the frame
 // counter, the timestamp and the end-of-stream logic, and plays the file back
-// and forth until mFrames pictures are delivered. A subclass supplies the size
-// of one picture (GetBufferLength) and the copy of one buffer's worth of
-// pictures (ReadfromInputFile).
+// and forth until mFrames pictures are delivered. The format row a subclass
+// names sizes a picture and places its rows.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +11,7 @@
 
 #include "compressed/ByteSource.h"
 #include "framework/TessaroImpl.h"
-#include "uncompressed/RowRun.h"
+#include "uncompressed/PictureFormat.h"
 
 namespace tessaro {
 
@@ -33,57 +32,42 @@ public:
 
     // Resets counters, sizes and timestamps and closes the file; always 0.
     int32_t DeInit() override;
-
     // Raw pictures have no index: always -1.
     int32_t Seek() override;
 
-    // Copies one buffer's worth of pictures from the current file position.
-    virtual int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer) = 0;
+    // Fixes the picture sizes on the first call (until DeInit) and returns
+    // mSuperFrame x mBufferSize; 0 when not running, on a zero geometry field
+    // the format checks, or after EOS.
+    uint32_t GetBufferLength() override;
 
-    // Read access for tests.
-    uint32_t bufferSize() const { return mBufferSize; }
+    // Copies mSuperFrame pictures from the current file position. 0; -4 for an
+    // empty pointer, -2 when the buffer cannot be mapped or the pictures would
+    // not fit in it, -1 on a short or failed read (the rows read so far stay).
+    virtual int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer);
+
+    uint32_t bufferSize() const { return mBufferSize; }  // read access for tests
     uint32_t fileBufferSize() const { return mFileBufferSize; }
-    uint32_t frameCount() const { return mFrameCount; }
-    uint64_t fileSize() const { return mFileSize; }
-    bool sawEOS() const { return mSawEOS; }
 
 protected:
-    StreamParserUncompressed() = default;
+    explicit StreamParserUncompressed(const PictureFormat& format) : mFormat(format) {}
 
     static constexpr int32_t kForward = 1;
     static constexpr int32_t kBackward = -1;
 
-    // One bit of the geometry check of GetBufferLength: `failed`, reported as
-    // "<text> : Line# <line>".
-    struct GeometryCheck {
-        bool failed;
-        const char* text;
-        int line;
-    };
-
-    // The shared shape of every GetBufferLength: state, two geometry checks and
-    // EOS refuse with 0; otherwise the sizes are fixed on the first call (while
-    // mBufferSize is 0) and mSuperFrame x mBufferSize is returned.
-    uint32_t BufferLengthFor(const char* tag, int stateLine, GeometryCheck first,
-                             GeometryCheck second, uint32_t bufferSize, uint32_t fileBufferSize);
-
-    // The shared body of the file readers' ReadfromInputFile, after its entry
-    // line: refuses an empty pointer (-4) and an unmappable buffer (-2), refuses
-    // (-2, nothing read) pictures that would reach past the mapping, then reads
-    // the runs of mSuperFrame pictures, picture i at i x pictureDistance, one
-    // read per row. -1 on a short or failed read.
-    int32_t ReadPictureRows(const std::shared_ptr<Buffer>& buffer, const char* tag, int nullLine,
-                            int vaddrLine, const RowRun* runs, size_t runCount,
-                            uint64_t pictureDistance);
+    PictureGeometry Geometry() const;  // of the configuration
+    // Logs "<text> : Line# <line>" under the format's tag and returns status.
+    int32_t Refuse(const char* text, int line, int32_t status) const;
+    // Logs that the pictures would reach outside the client's buffer; -2.
+    int32_t RefuseOversizedPicture() const;
 
     // Marks buffer as an empty EOS buffer and logs `message` under tag.
     static void DeliverEmptyEos(const char* tag, Buffer& buffer, const char* message);
-    // Stamps buffer with the rounded timestamp, offset 0 and mSuperFrame x
-    // mBufferSize bytes; advances the timestamp when `advance`.
+    // Stamps timestamp, offset 0 and length; advances the timestamp when `advance`.
     void StampBuffer(Buffer& buffer, bool advance);
     // Sets mSawEOS and the buffer's EOS flag and logs the last-frame line.
     void MarkLastBuffer(const char* tag, Buffer& buffer, uint32_t frame);
 
+    const PictureFormat& mFormat;
     bool mSawEOS = false;
     uint64_t mFileSize = 0;
     uint32_t mBufferSize = 0;      // bytes of one picture in the client's buffer
@@ -93,14 +77,12 @@ protected:
     int32_t mReadDirection = kForward;
 
 private:
-    static constexpr uint64_t kMaxGatheredRows = 1 << 16;
-
-    bool ReadPictureGathered(uint8_t* base, const RowRun* runs, size_t runCount);
+    static constexpr uint64_t kMaxGatheredRows = 1024;
+    bool ReadRows(uint8_t* base, const PictureRuns& picture);
     uint64_t CurrentPosition();
     bool HasNextForward(uint64_t pos, uint64_t step);
     bool IsLastBuffer(uint64_t step);
-
-    std::vector<iovec> mRowPieces;  // the rows of one picture, for the gathered read
+    std::vector<iovec> mRowPieces;  // rows for one gathered read
 };
 
 }  // namespace tessaro

@@ -5,8 +5,7 @@ namespace tessaro {
 int32_t StreamWriterCompressed::Init() {
     TS_LOGI("Init");
     if (mOutputFile.is_open()) mOutputFile.close();
-    mOutputFile.open(mConfigParam.mOutputFileName,
-                     std::ios_base::out | std::ios_base::binary | std::ios_base::trunc);
+    mOutputFile.open(mConfigParam.mOutputFileName);
     TS_CHECK(mOutputFile.is_open() == false, 23, TS_ERROR);
     mState = STATE::RUNNING;
     return TS_OK;
@@ -22,12 +21,17 @@ int32_t StreamWriterCompressed::Process(std::shared_ptr<Buffer> buffer) {
     // the mapping.
     TS_CHECK(buffer->mLength > buffer->capacity(), 36, -4);
 
-    const Buffer::Mapping& mapping = mBufferMappings.Acquire(buffer);
     TS_LOGI("Buffer Capacity %d | Filled length %d", static_cast<int>(buffer->capacity()),
             static_cast<int>(buffer->mLength));
-    TS_CHECK_TEXT(mapping.vaddr() == nullptr && buffer->mLength != 0, "vaddr == nullptr", 37, -4);
-    mOutputFile.write(reinterpret_cast<const char*>(mapping.vaddr()),
-                      static_cast<std::streamsize>(buffer->mLength));
+    if (buffer->mLength == 0) {
+        mOutputFile.write(nullptr, 0);  // nothing to move, but a failed stream still fails
+    } else {
+        const ClientBufferIo::Moved moved = mClientBuffers.Drain(
+            *buffer, 0, buffer->mLength, [this](const uint8_t* bytes, uint64_t count) {
+                return !mOutputFile.write(bytes, count).fail();
+            });
+        TS_CHECK_TEXT(!moved.usable, "vaddr == nullptr", 37, -4);
+    }
     if (mOutputFile.bad() || mOutputFile.fail()) {
         // The text says "read" although this is a write; it is kept as it stands.
         TS_LOGE("Error. Fail to read Input File.");
@@ -38,7 +42,7 @@ int32_t StreamWriterCompressed::Process(std::shared_ptr<Buffer> buffer) {
 
 int32_t StreamWriterCompressed::DeInit() {
     TS_LOGI("DeInit");
-    mBufferMappings.Clear();
+    mClientBuffers.Release();
     mOutputFile.close();
     return TS_OK;
 }

@@ -4,9 +4,9 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <memory>
 
+#include "framework/OutputStream.h"
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {
@@ -32,7 +32,7 @@ public:
     uint32_t GetBufferLength() override;
 
 private:
-    std::ofstream mOutputFile;
+    OutputStream mOutputFile;
 };
 
 }  // namespace tessaro

@@ -5,13 +5,13 @@
 // mStride, mScanlines, mPixFormat); the buffer's mLength is not looked at.
 #pragma once
 
+#include <sys/uio.h>
+
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
-#include <sys/uio.h>
-
+#include "framework/File.h"
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {
@@ -21,7 +21,6 @@ public:
     // The raw writer logs under the compressed writer's tag.
     static constexpr const char* kLogTag = "Tessaro::Impl::StreamWriter::Compressed";
 
-    StreamWriterUnCompressed() = default;
     ~StreamWriterUnCompressed() override = default;  // closes a file DeInit did not
 
     // Creates or truncates mOutputFileName; TS_ERROR when it cannot.
@@ -43,13 +42,9 @@ public:
     uint32_t GetBufferLength() override;
 
 private:
-    struct FileCloser {
-        void operator()(FILE* file) const { std::fclose(file); }
-    };
-
     static constexpr uint64_t kRowsPerWrite = 1024;
 
-    std::unique_ptr<FILE, FileCloser> mOutputFile;
+    File mOutputFile;
     std::vector<iovec> mRowPieces;  // the rows of one run, for the gathered write
 };
 

@@ -5,13 +5,13 @@
 
 #include <cctype>
 #include <cstdlib>
-#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <typeinfo>
 
 #include "framework/TessaroFactoryRows.h"
 #include "framework/TessaroImpl.h"
-#include "support/FactoryKeys.h"
 #include "support/LogCapture.h"
 #include "support/TestPaths.h"
 
@@ -28,38 +28,62 @@ std::string DynamicClassName(TessaroInterface& processor) {
     return result;
 }
 
-// Rows whose processor is not part of this build (the container parser
-// without a media extractor) are skipped, not failed.
-bool ClassIsBuilt(const test::FactoryKey& row) {
-#ifndef TESSARO_HAVE_CONTAINER
-    if (std::string(row.area) == "container") return false;
-#endif
-    return std::filesystem::exists(
-        test::DataPath(std::string("../../src/") + row.area + "/" + row.className + ".h"));
+std::vector<factory::FactoryRow> Rows() {
+    size_t count = 0;
+    const factory::FactoryRow* rows = factory::FactoryRows(&count);
+    return {rows, rows + count};
 }
 
-class FactoryKey : public ::testing::TestWithParam<test::FactoryKey> {};
+// "key class line" of every key in the factory's order (tests/data/factory/keys.txt).
+std::vector<std::string> ExpectedRows() {
+    std::vector<std::string> rows;
+    std::ifstream in(test::DataPath("factory/keys.txt"));
+    for (std::string line; std::getline(in, line);) {
+#ifndef TESSARO_HAVE_CONTAINER
+        if (line.rfind("Parse/Container ", 0) == 0) continue;
+#endif
+        if (!line.empty() && line[0] != '#') rows.push_back(line);
+    }
+    return rows;
+}
 
-// Every call builds a distinct, quiet, unconfigured object that only the caller holds.
+// The table holds every key of this build in the factory's order, each with
+// the class it builds and its insertion check; the public listing is the table.
+TEST(FactoryTable, KeysClassesAndChecksInOrder) {
+    std::vector<std::string> actual;
+    for (const factory::FactoryRow& row : Rows()) {
+        const std::string line = row.line == factory::kInsertedDirectly ? "direct"
+                                 : row.line == factory::kNotChecked     ? "unchecked"
+                                                                        : std::to_string(row.line);
+        actual.push_back(std::string(row.info.key) + " " + DynamicClassName(*row.make()).substr(9) + " " + line);
+    }
+    EXPECT_EQ(actual, ExpectedRows());
+    ASSERT_EQ(ProcessorKeys().size(), actual.size());
+    EXPECT_EQ(ProcessorKeys()[6].key, std::string("Parse/NV21"));
+}
+
+class FactoryKey : public ::testing::TestWithParam<factory::FactoryRow> {};
+
+// Every call builds a distinct, quiet, unconfigured object of the row's class
+// that only the caller holds.
 TEST_P(FactoryKey, BuildsAFreshUnconfiguredInstanceOfItsClass) {
-    const test::FactoryKey row = GetParam();
-    if (!ClassIsBuilt(row)) GTEST_SKIP() << row.className << " is not part of this build";
+    const factory::FactoryRow row = GetParam();
     auto factory = TessaroFactory::getInstance();
     test::LogCapture logs;
-    auto processor = factory->getProcessorInstance(row.key);
+    auto processor = factory->getProcessorInstance(row.info.key);
     ASSERT_NE(processor, nullptr) << logs.Dump();
-    EXPECT_EQ(DynamicClassName(*processor), std::string("tessaro::") + row.className);
+    EXPECT_EQ(DynamicClassName(*processor), DynamicClassName(*row.make()));
     auto* impl = dynamic_cast<TessaroImpl*>(processor.get());
     ASSERT_NE(impl, nullptr);
     EXPECT_EQ(impl->state(), STATE::UNINITIALIZED);
     EXPECT_EQ(processor.use_count(), 1) << "the factory keeps no reference";
     ASSERT_EQ(logs.lines().size(), 1u) << logs.Dump();
     EXPECT_TRUE(logs.Contains(5, kFactoryTag, "getProcessorInstance"));
-    EXPECT_NE(factory->getProcessorInstance(row.key).get(), processor.get());
+    EXPECT_NE(factory->getProcessorInstance(row.info.key).get(), processor.get());
 }
 
-INSTANTIATE_TEST_SUITE_P(KeyTable, FactoryKey, ::testing::ValuesIn(test::kFactoryKeys), [](const auto& param) {
-    std::string name = param.param.key;
+INSTANTIATE_TEST_SUITE_P(KeyTable, FactoryKey, ::testing::ValuesIn(Rows()), [](const auto& param) {
+    std::string name = param.param.info.key;
     for (char& c : name) {
         if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
     }

@@ -1,6 +1,7 @@
 #include "support/ClientBuffer.h"
 
-#include <sys/mman.h>
+#include "tessaro/ClientBuffer.h"
+
 #include <unistd.h>
 
 #include <stdexcept>
@@ -8,21 +9,9 @@
 namespace tessaro::test {
 
 std::shared_ptr<Buffer> MakeClientBuffer(uint64_t capacity, uint32_t type, uint32_t mapOffset) {
-    const int fd = memfd_create("tessaro-test-buffer", MFD_CLOEXEC);
-    if (fd < 0) throw std::runtime_error("memfd_create failed");
-    if (ftruncate(fd, static_cast<off_t>(capacity + mapOffset)) != 0) {
-        close(fd);
-        throw std::runtime_error("ftruncate failed");
-    }
-    auto* buffer = new Buffer{};
-    buffer->mFd = fd;
-    buffer->mCapacity = capacity;
-    buffer->mMapOffset = mapOffset;
-    buffer->mType = type;
-    return std::shared_ptr<Buffer>(buffer, [fd](Buffer* b) {
-        close(fd);
-        delete b;
-    });
+    std::shared_ptr<Buffer> buffer = MakeMemfdBuffer(capacity, type, mapOffset);
+    if (buffer == nullptr) throw std::runtime_error("no memory for a client buffer");
+    return buffer;
 }
 
 static std::vector<uint8_t> ReadRange(const Buffer& buffer, uint64_t offset, uint64_t length) {

@@ -9,8 +9,8 @@
 
 namespace tessaro::test {
 
-// Makes a buffer backed by a fresh memfd of mapOffset + capacity bytes (zeroed).
-// The descriptor is closed when the last reference to the buffer goes away.
+// The library's memfd-backed client buffer (MakeMemfdBuffer); throws when the
+// memory cannot be had.
 std::shared_ptr<Buffer> MakeClientBuffer(uint64_t capacity, uint32_t type = 0,
                                          uint32_t mapOffset = 0);
 

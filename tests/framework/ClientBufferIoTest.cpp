@@ -1,0 +1,176 @@
+// Client buffers are filled and drained through their descriptors or, for
+// memory a descriptor cannot reach, a mapping of one transfer; memory that does
+// not cover the buffer is refused before anything moves and never grown.
+#include "framework/ClientBufferIo.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "compressed/AVCStreamParser.h"
+#include "support/ClientBuffer.h"
+#include "support/TestPaths.h"
+
+namespace tessaro {
+namespace {
+
+using test::MakeClientBuffer;
+
+std::string Pattern(size_t n) {
+    std::string s(n, '\0');
+    for (size_t i = 0; i < n; ++i) s[i] = static_cast<char>(i * 13 + 7);
+    return s;
+}
+
+// Lines of /proc/self/maps that name the memfd called `name`.
+int MappingsOf(const std::string& name) {
+    std::ifstream maps("/proc/self/maps");
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find("/memfd:" + name + " ") != std::string::npos) ++count;
+    }
+    return count;
+}
+
+uint64_t MemorySize(int fd) {
+    struct stat st {};
+    return fstat(fd, &st) == 0 ? static_cast<uint64_t>(st.st_size) : 0;
+}
+
+// Fills through the descriptor land at mMapOffset + at and nowhere else; a
+// file that ends early delivers what it has; a drain larger than the staging
+// block comes out whole and in order.
+TEST(ClientBufferIo, FillsAndDrainsThroughTheDescriptor) {
+    test::ScratchDir dir;
+    const std::string bytes = Pattern(700000);
+    File input;
+    ASSERT_TRUE(input.OpenForReading(dir.Write("in", bytes)));
+    ClientBufferIo io;
+    for (uint32_t mapOffset : {0u, static_cast<uint32_t>(sysconf(_SC_PAGESIZE))}) {
+        SCOPED_TRACE(mapOffset);
+        auto buffer = MakeClientBuffer(800000, 0, mapOffset);
+        test::FillBuffer(*buffer, 0xEE);
+        const auto moved = io.FillFromFile(*buffer, 100, input, 50, 600000);
+        EXPECT_TRUE(moved.usable);
+        EXPECT_EQ(moved.bytes, 600000u);
+        const auto tail = io.FillFromFile(*buffer, 700000, input, 650000, 90000);
+        EXPECT_EQ(tail.bytes, 50000u);  // the file ends first
+        EXPECT_TRUE(io.FillFromMemory(*buffer, 0, "ab", 2).usable);
+        const std::vector<uint8_t> all = test::ReadAll(*buffer);
+        std::string expected(800000, '\xEE');
+        expected.replace(0, 2, "ab");
+        expected.replace(100, 600000, bytes.substr(50, 600000));
+        expected.replace(700000, 50000, bytes.substr(650000));
+        EXPECT_TRUE(std::string(all.begin(), all.end()) == expected);
+
+        std::string drained;
+        const auto out = io.Drain(*buffer, 100, 650000, [&](const uint8_t* p, uint64_t n) {
+            drained.append(reinterpret_cast<const char*>(p), n);
+            return true;
+        });
+        EXPECT_EQ(out.bytes, 650000u);
+        EXPECT_TRUE(drained == expected.substr(100, 650000));
+        int pieces = 0;
+        EXPECT_LT(io.Drain(*buffer, 0, 650000, [&](const uint8_t*, uint64_t) { return ++pieces < 2; }).bytes,
+                  650000u);  // a sink that refuses stops the drain
+        EXPECT_EQ(pieces, 2);
+    }
+}
+
+// Memory that cannot take the bytes: refused before a byte moves, the memory
+// neither written nor grown.
+TEST(ClientBufferIo, RefusesMemoryThatDoesNotCoverTheBuffer) {
+    test::ScratchDir dir;
+    File input;
+    ASSERT_TRUE(input.OpenForReading(dir.Write("in", Pattern(8192))));
+    const int closed = memfd_create("closed", 0);
+    close(closed);
+    const struct {
+        const char* name;
+        int fd;
+        uint64_t memory, capacity, at, length;
+        uint32_t mapOffset;
+    } cases[] = {{"memory half the capacity", -2, 4096, 8192, 0, 100, 0},
+                 {"map offset past the memory", -2, 8192, 8192, 0, 100, 4096},
+                 {"transfer past the capacity", -2, 8192, 8192, 8000, 200, 0},
+                 {"capacity 0", -2, 8192, 0, 0, 0, 0},
+                 {"closed descriptor", closed, 0, 4096, 0, 100, 0},
+                 {"no descriptor", -1, 0, 4096, 0, 100, 0}};
+    ClientBufferIo io;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto owned = MakeClientBuffer(c.memory);
+        Buffer buffer = *owned;
+        if (c.fd != -2) buffer.mFd = c.fd;
+        buffer.mCapacity = c.capacity;
+        buffer.mMapOffset = c.mapOffset;
+        EXPECT_FALSE(io.FillFromFile(buffer, c.at, input, 0, c.length).usable);
+        const std::string src(c.length, 'x');
+        EXPECT_FALSE(io.FillFromMemory(buffer, c.at, src.data(), src.size()).usable);
+        EXPECT_FALSE(io.Drain(buffer, c.at, c.length, [](const uint8_t*, uint64_t) { return true; }).usable);
+        EXPECT_EQ(MemorySize(owned->mFd), c.memory);
+        const std::vector<uint8_t> all = test::ReadAll(*owned);
+        EXPECT_EQ(std::count(all.begin(), all.end(), 0), static_cast<long>(all.size()));
+    }
+}
+
+// Memory a descriptor write cannot reach is mapped for the one transfer.
+TEST(ClientBufferIo, MapsDeviceMemoryForOneTransfer) {
+    Buffer device{};
+    device.mFd = open("/dev/zero", O_RDWR | O_CLOEXEC);
+    ASSERT_GE(device.mFd, 0);
+    device.mCapacity = 8192;
+    ClientBufferIo io;
+    const auto moved = io.FillFromMemory(device, 4096, "abcd", 4);
+    EXPECT_TRUE(moved.usable);
+    EXPECT_EQ(moved.bytes, 4u);
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    Buffer pipeBuffer{};
+    pipeBuffer.mFd = fds[1];
+    pipeBuffer.mCapacity = 4096;
+    EXPECT_FALSE(io.FillFromMemory(pipeBuffer, 0, "abcd", 4).usable);  // no memory at all
+    close(fds[0]);
+    close(fds[1]);
+    close(device.mFd);
+}
+
+// Everything an H.264 parser delivers, one buffer per call, handing it the
+// buffers next() returns; no mapping of a buffer is left after any call.
+template <typename NextBuffer>
+std::vector<std::vector<uint8_t>> DeliverAll(NextBuffer next) {
+    AVCStreamParser parser;
+    ConfigParam config;
+    config.mInputFileName = test::DataPath("h264/idr_gop.264");
+    EXPECT_EQ(parser.SetConfig(config), TS_OK);
+    EXPECT_EQ(parser.Init(), TS_OK);
+    std::vector<std::vector<uint8_t>> delivered;
+    for (int call = 0; call < 1000; ++call) {
+        std::shared_ptr<Buffer> buffer = next();
+        test::FillBuffer(*buffer, 0xEE);
+        EXPECT_EQ(parser.Process(buffer), TS_OK);
+        EXPECT_EQ(MappingsOf("tessaro-test-buffer"), 0);
+        delivered.push_back(test::ReadValid(*buffer));
+        if (buffer->mFlags & Buffer::FLAG_EOS) break;
+    }
+    return delivered;
+}
+
+// A pool handed round gets the same bytes as a fresh buffer per call, and the client's memory is never left mapped.
+TEST(ClientBufferIo, EveryClientPatternGetsTheSameBytesAndNoMappingStays) {
+    const auto expected = DeliverAll([] { return MakeClientBuffer(1 << 20); });
+    ASSERT_GT(expected.size(), 2u);
+    std::shared_ptr<Buffer> pool[] = {MakeClientBuffer(1 << 20), MakeClientBuffer(1 << 20)};
+    int call = 0;
+    EXPECT_EQ(DeliverAll([&] { return pool[call++ % 2]; }), expected);
+}
+
+}  // namespace
+}  // namespace tessaro
