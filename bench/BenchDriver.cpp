@@ -2,13 +2,17 @@
 //
 //   tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only] [--verify]
 //       Init (the whole input is indexed) and Process until end of stream,
-//       every frame delivered into one linear memfd buffer (--index-only:
+//       every frame delivered into a linear memfd buffer (--index-only:
 //       Init and DeInit alone; --verify: every delivered buffer is compared
 //       with the bytes its frame's units cover, read straight from the file).
 //   tessaro_bench raw <in.nv12> <out.nv12> <W>x<H> <stride> <scanlines>
 //       Parse/NV12 into padded graphic buffers, Write/UnCompressed back unpadded.
 //   tessaro_bench pattern <W>x<H> <frames> <stride> <scanlines>
-//       Pattern/NV12 frames into one graphic buffer.
+//       Pattern/NV12 frames into a graphic buffer.
+//
+// --pattern fixed|pool|exact|fresh picks how the client hands buffers over
+// (ClientPattern.h; fixed when not given). exact and fresh ask the producer's
+// GetBufferLength() before every call, as such a client must.
 //
 // Prints one line: buffers, bytes, seconds (Init to DeInit), peak RSS in KiB
 // and the client's buffer bytes. Without --log the client silences the log
@@ -27,6 +31,7 @@
 #include <memory>
 #include <string>
 
+#include "ClientPattern.h"
 #include "compressed/ByteSource.h"
 #include "compressed/StreamParserCompressed.h"
 #include "tessaro/Tessaro.h"
@@ -34,10 +39,6 @@
 namespace {
 
 using tessaro::Buffer;
-
-std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
-    return tessaro::MakeMemfdBuffer(capacity, type);
-}
 
 long PeakRssKiB() {
     rusage usage{};
@@ -50,6 +51,14 @@ bool HasFlag(int argc, char** argv, const char* flag) {
         if (std::strcmp(argv[i], flag) == 0) return true;
     }
     return false;
+}
+
+// The value after flag, or fallback.
+const char* FlagValue(int argc, char** argv, const char* flag, const char* fallback) {
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], flag) == 0) return argv[i + 1];
+    }
+    return fallback;
 }
 
 int Fail(const char* what, int32_t status) {
@@ -90,11 +99,16 @@ void Verify(const Buffer& buffer, Totals& totals) {
     if (!ok) ++totals.mismatches;
 }
 
-// Process into buffer until a buffer comes back flagged end of stream (or,
-// with limit, after limit buffers); each filled buffer goes to writer if given.
+// Process into the client's buffers until one comes back flagged end of stream
+// (or, with limit, after limit buffers); each filled buffer goes to writer if
+// given.
 int Drain(tessaro::TessaroInterface& producer, tessaro::TessaroInterface* writer,
-          const std::shared_ptr<Buffer>& buffer, uint64_t limit, Totals& totals) {
+          bench::ClientPattern& client, uint64_t limit, Totals& totals) {
     for (;;) {
+        const uint32_t needed = client.NeedsSize() ? producer.GetBufferLength() : 0;
+        if (static_cast<int32_t>(needed) < 0) return Fail("GetBufferLength", static_cast<int32_t>(needed));
+        const std::shared_ptr<Buffer> buffer = client.Next(needed != 0 ? needed : 1);
+        if (!buffer) return Fail("client buffer", -1);
         buffer->mLength = 0;
         buffer->mFlags = 0;
         const int32_t status = producer.Process(buffer);
@@ -129,13 +143,18 @@ int main(int argc, char** argv) {
     tessaro::ConfigParam config{};
     std::shared_ptr<tessaro::TessaroInterface> producer;
     std::shared_ptr<tessaro::TessaroInterface> writer;
-    std::shared_ptr<Buffer> buffer;
+    uint64_t capacity = 0;
     uint64_t limit = 0;
+    bench::Pattern pattern = bench::Pattern::kFixed;
+    if (!bench::ParsePattern(FlagValue(argc, argv, "--pattern", "fixed"), &pattern)) {
+        std::fprintf(stderr, "tessaro_bench: unknown --pattern\n");
+        return 2;
+    }
 
     if (mode == "parse" && argc >= 4) {
         producer = factory->getProcessorInstance(argv[2]);
         config.mInputFileName = argv[3];
-        buffer = MakeBuffer(32u << 20, 0);
+        capacity = 32u << 20;
     } else if ((mode == "raw" && argc >= 7) || (mode == "pattern" && argc >= 6)) {
         const bool raw = mode == "raw";
         const char* size = raw ? argv[4] : argv[2];
@@ -167,13 +186,14 @@ int main(int argc, char** argv) {
     if (status == tessaro::TS_OK) status = producer->Init();
     if (status != tessaro::TS_OK) return Fail("SetConfig/Init", status);
     if (writer && (status = writer->Init()) != tessaro::TS_OK) return Fail("writer Init", status);
-    if (!buffer) {
+    const uint32_t type = capacity == 0 ? 1 : 0;
+    if (capacity == 0) {
         // Raw pictures: the producer sizes the graphic buffer, as a harness asks it to.
         const uint32_t needed = producer->GetBufferLength();
         if (static_cast<int32_t>(needed) <= 0) return Fail("GetBufferLength", static_cast<int32_t>(needed));
-        buffer = MakeBuffer((uint64_t{needed} + 4095) / 4096 * 4096, 1);
+        capacity = (uint64_t{needed} + 4095) / 4096 * 4096;
     }
-    if (!buffer) return Fail("memfd buffer", -1);
+    bench::ClientPattern client(pattern, capacity, type);
     const auto indexed = std::chrono::steady_clock::now();
     Totals totals;
     if (HasFlag(argc, argv, "--verify")) {
@@ -183,7 +203,7 @@ int main(int argc, char** argv) {
     }
     const int result = HasFlag(argc, argv, "--index-only")
                            ? 0
-                           : Drain(*producer, writer.get(), buffer, limit, totals);
+                           : Drain(*producer, writer.get(), client, limit, totals);
     if (writer) writer->DeInit();
     producer->DeInit();
     const auto end = std::chrono::steady_clock::now();
@@ -202,6 +222,6 @@ int main(int argc, char** argv) {
     std::printf("buffers %llu bytes %llu init_s %.4f total_s %.4f peak_rss_kib %ld client_buffer_kib %llu\n",
                 static_cast<unsigned long long>(totals.buffers),
                 static_cast<unsigned long long>(totals.bytes), initSeconds, seconds, PeakRssKiB(),
-                static_cast<unsigned long long>(buffer->mCapacity / 1024));
+                static_cast<unsigned long long>(capacity / 1024));
     return 0;
 }

@@ -1,11 +1,16 @@
 #include "framework/ClientBufferIo.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <new>
 
 namespace tessaro {
+
+std::atomic<bool> ClientBufferIo::sSplice{true};
 
 ClientBufferIo::Memory ClientBufferIo::Classify(const Buffer& buffer, uint64_t at, uint64_t length) {
     const uint64_t capacity = buffer.mCapacity;
@@ -30,12 +35,65 @@ ClientBufferIo::Moved ClientBufferIo::FillFromFile(const Buffer& buffer, uint64_
                                                    uint64_t length) {
     const Memory memory = Classify(buffer, at, length);
     if (memory == Memory::kMissing) return {false, 0};
-    uint8_t* const staging = memory == Memory::kDescriptor ? Staging() : nullptr;
-    if (staging == nullptr) {
-        const Buffer::Mapping mapping(buffer);
-        if (mapping.vaddr() == nullptr) return {false, 0};
-        return {true, file.ReadAt(offset, mapping.vaddr() + at, length)};
+    if (memory == Memory::kDescriptor) {
+        bool refused = mSpliceRefused || !sSplice.load(std::memory_order_relaxed) || !OpenPipe();
+        bool memoryRefused = false;
+        uint64_t moved = refused ? 0 : Splice(buffer, at, file, offset, length, &refused, &memoryRefused);
+        if (refused) {
+            mSpliceRefused = true;
+            if (Staging() == nullptr) return MapAndRead(buffer, at, file, offset, length);
+            moved = CopyStaged(buffer, at, file, offset, length, &memoryRefused);
+        }
+        return {!(memoryRefused && moved == 0), moved};
     }
+    return MapAndRead(buffer, at, file, offset, length);
+}
+
+ClientBufferIo::Moved ClientBufferIo::MapAndRead(const Buffer& buffer, uint64_t at,
+                                                 const File& file, uint64_t offset,
+                                                 uint64_t length) {
+    const Buffer::Mapping mapping(buffer);
+    if (mapping.vaddr() == nullptr) return {false, 0};
+    return {true, file.ReadAt(offset, mapping.vaddr() + at, length)};
+}
+
+uint64_t ClientBufferIo::Splice(const Buffer& buffer, uint64_t at, const File& file,
+                                uint64_t offset, uint64_t length, bool* refused,
+                                bool* memoryRefused) {
+    *refused = false;
+    loff_t from = static_cast<loff_t>(offset);
+    loff_t to = static_cast<loff_t>(uint64_t{buffer.mMapOffset} + at);
+    uint64_t done = 0;
+    while (done < length) {
+        const uint64_t want = length - done < mPipeBytes ? length - done : mPipeBytes;
+        const ssize_t in = splice(file.fd(), &from, mPipe[1], nullptr, want, 0);
+        if (in < 0 && errno == EINTR) continue;
+        if (in <= 0) {  // the file ended, or the kernel will not splice it
+            *refused = in < 0 && done == 0 && (errno == EINVAL || errno == ENOSYS);
+            break;
+        }
+        uint64_t left = static_cast<uint64_t>(in);
+        while (left != 0) {
+            const ssize_t out = splice(mPipe[0], nullptr, buffer.mFd, &to, left, 0);
+            if (out < 0 && errno == EINTR) continue;
+            if (out <= 0) {
+                // What stays in the pipe would land in the next buffer: drop the pipe.
+                *refused = out < 0 && done == 0 && left == static_cast<uint64_t>(in) &&
+                           (errno == EINVAL || errno == ENOSYS);
+                *memoryRefused = !*refused;
+                ClosePipe();
+                return done;
+            }
+            left -= static_cast<uint64_t>(out);
+            done += static_cast<uint64_t>(out);
+        }
+    }
+    return done;
+}
+
+uint64_t ClientBufferIo::CopyStaged(const Buffer& buffer, uint64_t at, const File& file,
+                                    uint64_t offset, uint64_t length, bool* memoryRefused) {
+    uint8_t* const staging = mStaging.get();
     const uint64_t base = uint64_t{buffer.mMapOffset} + at;
     uint64_t done = 0;
     while (done < length) {
@@ -43,9 +101,36 @@ ClientBufferIo::Moved ClientBufferIo::FillFromFile(const Buffer& buffer, uint64_
         const uint64_t got = file.ReadAt(offset + done, staging, want);
         const uint64_t put = got == 0 ? 0 : File::WriteAt(buffer.mFd, base + done, staging, got);
         done += put;
+        *memoryRefused = put < got;
         if (put < want) break;
     }
-    return {true, done};
+    return done;
+}
+
+bool ClientBufferIo::OpenPipe() {
+    if (mPipe[0] >= 0) return true;
+    if (pipe2(mPipe, O_CLOEXEC) != 0) {
+        mPipe[0] = mPipe[1] = -1;
+        return false;
+    }
+    // A larger pipe moves a large unit in fewer calls; the default serves too.
+    const int size = fcntl(mPipe[1], F_SETPIPE_SZ, 1 << 20);
+    const int actual = size > 0 ? size : fcntl(mPipe[1], F_GETPIPE_SZ);
+    mPipeBytes = actual > 0 ? static_cast<uint64_t>(actual) : 4096;
+    return true;
+}
+
+void ClientBufferIo::ClosePipe() {
+    for (int& end : mPipe) {
+        if (end >= 0) close(end);
+        end = -1;
+    }
+}
+
+void ClientBufferIo::Release() {
+    mStaging.reset();
+    ClosePipe();
+    mSpliceRefused = false;
 }
 
 ClientBufferIo::Moved ClientBufferIo::FillFromMemory(const Buffer& buffer, uint64_t at,

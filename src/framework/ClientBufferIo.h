@@ -2,15 +2,18 @@
 // a time.
 //
 // A buffer whose memory is a regular file or a memfd is written and read
-// through its descriptor, by way of a staging block the processor keeps: no
-// mapping is made, so none outlives the call, and a buffer the client has just
-// created costs no page faults. Memory a descriptor cannot reach that way
+// through its descriptor: no mapping is made, so none outlives the call, and a
+// buffer the client has just created costs no page faults. Bytes from a file
+// travel through a pipe the processor keeps (splice: the kernel copies them
+// once); where the kernel refuses that, and for bytes from memory, they go by
+// way of a staging block the processor keeps. Memory a descriptor cannot reach that way
 // (device memory) is mapped for the one transfer. Either way the memory is
 // measured first: memory smaller than mMapOffset + mCapacity, or a transfer
 // reaching past mCapacity, is refused before a byte moves, so nothing ever
 // grows the client's memory or writes past its buffer.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -30,7 +33,8 @@ public:
     };
 
     // Copies up to length bytes of file from offset into buffer at `at`. Fewer
-    // arrive only when the file ends first or a transfer fails.
+    // arrive only when the file ends first or a transfer fails. Memory that
+    // refuses the first bytes (sealed against writes) counts as unusable.
     Moved FillFromFile(const Buffer& buffer, uint64_t at, const File& file, uint64_t offset,
                        uint64_t length);
     // Copies length bytes of src into buffer at `at`.
@@ -40,8 +44,18 @@ public:
     template <typename Sink>
     Moved Drain(const Buffer& buffer, uint64_t at, uint64_t length, Sink sink);
 
-    // Frees the staging block (DeInit); the next transfer takes a new one.
-    void Release() { mStaging.reset(); }
+    ClientBufferIo() = default;
+    ~ClientBufferIo() { Release(); }
+    ClientBufferIo(const ClientBufferIo&) = delete;
+    ClientBufferIo& operator=(const ClientBufferIo&) = delete;
+
+    // Frees the staging block and closes the pipe (DeInit); the next transfer
+    // takes new ones.
+    void Release();
+
+    // Process-wide switch for the pipe (on by default); off, every copy from a
+    // file takes the staging block, as on a kernel that refuses to splice.
+    static void SetSplice(bool on) { sSplice.store(on, std::memory_order_relaxed); }
 
 private:
     static constexpr uint64_t kStagingBytes = 256 * 1024;
@@ -49,10 +63,28 @@ private:
     enum class Memory { kDescriptor, kMapped, kMissing };
     static Memory Classify(const Buffer& buffer, uint64_t at, uint64_t length);
     uint8_t* Staging();
+    // File to buffer memory through the pipe. Returns the bytes that landed;
+    // *refused when the kernel cannot splice these two (nothing moved then).
+    // *memoryRefused when the buffer's memory took none of the bytes offered.
+    uint64_t Splice(const Buffer& buffer, uint64_t at, const File& file, uint64_t offset,
+                    uint64_t length, bool* refused, bool* memoryRefused);
+    // File to buffer memory through the staging block; *memoryRefused as above.
+    uint64_t CopyStaged(const Buffer& buffer, uint64_t at, const File& file, uint64_t offset,
+                        uint64_t length, bool* memoryRefused);
+    // File to memory the descriptor cannot reach: a mapping for this transfer.
+    static Moved MapAndRead(const Buffer& buffer, uint64_t at, const File& file, uint64_t offset,
+                            uint64_t length);
+    bool OpenPipe();
+    void ClosePipe();
     // One piece of a drain through the descriptor: up to kStagingBytes at `at`.
     const uint8_t* ReadPiece(const Buffer& buffer, uint64_t at, uint64_t length, uint64_t* got);
 
+    static std::atomic<bool> sSplice;
+
     std::unique_ptr<uint8_t[]> mStaging;
+    int mPipe[2] = {-1, -1};   // read end, write end
+    uint64_t mPipeBytes = 0;   // what the pipe holds at most
+    bool mSpliceRefused = false;  // the kernel refused once: staging from then on
 };
 
 template <typename Sink>

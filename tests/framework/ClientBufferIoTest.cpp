@@ -47,7 +47,15 @@ uint64_t MemorySize(int fd) {
 // Fills through the descriptor land at mMapOffset + at and nowhere else; a
 // file that ends early delivers what it has; a drain larger than the staging
 // block comes out whole and in order.
-TEST(ClientBufferIo, FillsAndDrainsThroughTheDescriptor) {
+// Through the pipe and, as where the kernel refuses to splice, through the
+// staging block alike.
+class ClientBufferIoPaths : public ::testing::TestWithParam<bool> {
+protected:
+    void SetUp() override { ClientBufferIo::SetSplice(GetParam()); }
+    void TearDown() override { ClientBufferIo::SetSplice(true); }
+};
+
+TEST_P(ClientBufferIoPaths, FillsAndDrainsThroughTheDescriptor) {
     test::ScratchDir dir;
     const std::string bytes = Pattern(700000);
     File input;
@@ -120,6 +128,33 @@ TEST(ClientBufferIo, RefusesMemoryThatDoesNotCoverTheBuffer) {
         EXPECT_EQ(std::count(all.begin(), all.end(), 0), static_cast<long>(all.size()));
     }
 }
+
+// Memory sealed against writes takes nothing and counts as unusable, as a
+// mapping of it would; nothing of that transfer is left over to land in the
+// next buffer.
+TEST_P(ClientBufferIoPaths, AFailedTransferLeavesNothingForTheNextBuffer) {
+    test::ScratchDir dir;
+    const std::string bytes = Pattern(300000);
+    File input;
+    ASSERT_TRUE(input.OpenForReading(dir.Write("in", bytes)));
+    ClientBufferIo io;
+    Buffer sealed{};
+    sealed.mFd = memfd_create("sealed", MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    ASSERT_EQ(ftruncate(sealed.mFd, 300000), 0);
+    ASSERT_EQ(fcntl(sealed.mFd, F_ADD_SEALS, F_SEAL_WRITE), 0);
+    sealed.mCapacity = 300000;
+    const auto refused = io.FillFromFile(sealed, 0, input, 0, 300000);
+    EXPECT_FALSE(refused.usable);
+    EXPECT_EQ(refused.bytes, 0u);
+    close(sealed.mFd);
+    auto next = MakeClientBuffer(1000);
+    EXPECT_EQ(io.FillFromFile(*next, 0, input, 5000, 1000).bytes, 1000u);
+    const std::vector<uint8_t> all = test::ReadAll(*next);
+    EXPECT_TRUE(std::string(all.begin(), all.end()) == bytes.substr(5000, 1000));
+}
+
+INSTANTIATE_TEST_SUITE_P(Copies, ClientBufferIoPaths, ::testing::Values(true, false),
+                         [](const auto& param) { return param.param ? "Spliced" : "Staged"; });
 
 // Memory a descriptor write cannot reach is mapped for the one transfer.
 TEST(ClientBufferIo, MapsDeviceMemoryForOneTransfer) {
