@@ -81,8 +81,51 @@ ConfigParam DrawConfig(FuzzedDataProvider& fdp) {
     return c;
 }
 
+uint32_t DrawWide(FuzzedDataProvider& fdp) {
+    static constexpr uint32_t kExtremes[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
+    switch (fdp.ConsumeIntegralInRange<int>(0, 3)) {
+        case 0: return fdp.ConsumeIntegralInRange<uint32_t>(0, 8);
+        case 1: return fdp.ConsumeIntegral<uint16_t>();
+        case 2: return fdp.ConsumeIntegral<uint32_t>();
+        default: return fdp.PickValueInArray(kExtremes);
+    }
+}
+
+static std::vector<uint32_t> DrawWideList(FuzzedDataProvider& fdp) {
+    std::vector<uint32_t> list(fdp.ConsumeIntegralInRange<size_t>(0, 6));
+    for (auto& v : list) v = DrawWide(fdp);
+    return list;
+}
+
+ConfigParam DrawCompressedConfig(FuzzedDataProvider& fdp) {
+    ConfigParam c{};
+    c.mFrames = DrawWide(fdp);
+    c.mSuperFrame = DrawWide(fdp);
+    c.mSliceMode = fdp.ConsumeBool();
+    c.mLoopForever = fdp.ConsumeBool();
+    c.mLoopFrames = DrawWide(fdp);
+    c.mRepeatInterval = DrawWide(fdp);
+    c.mDeliveryMode = DrawWide(fdp);
+    c.mSkipSlices = DrawWideList(fdp);
+    c.mSliceOrder = DrawWideList(fdp);
+    c.mWidth = DrawWide(fdp);
+    c.mHeight = DrawWide(fdp);
+    c.mStride = DrawWide(fdp);
+    c.mScanlines = DrawWide(fdp);
+    c.mFrameRateNum = DrawWide(fdp);
+    c.mFrameRateDen = DrawWide(fdp);
+    c.mReserved = DrawWide(fdp);
+    c.mSpare = DrawWide(fdp);
+    c.mPixFormat = DrawWide(fdp);
+    c.mFlagA = fdp.ConsumeBool();
+    c.mFlagC = fdp.ConsumeBool();
+    c.mStaticPattern = fdp.ConsumeBool();
+    c.mInterlaced = fdp.ConsumeBool();
+    return c;
+}
+
 void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataProvider& fdp,
-                   uint32_t bufferType, int maxCalls) {
+                   uint32_t bufferType, int maxCalls, bool wideSeek) {
     processor.SetConfig(config);
     if (processor.Init() != TS_OK) {
         processor.DeInit();
@@ -93,8 +136,8 @@ void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataPr
     for (int call = 0; call < maxCalls; ++call) {
         if (call == seekAfter) {
             ConfigParam seek{};
-            seek.mSeekMode = fdp.ConsumeIntegralInRange<uint32_t>(1, 2);
-            seek.mSeekFrame = fdp.ConsumeIntegralInRange<uint32_t>(1, 50);
+            seek.mSeekMode = wideSeek ? DrawWide(fdp) : fdp.ConsumeIntegralInRange<uint32_t>(1, 2);
+            seek.mSeekFrame = wideSeek ? DrawWide(fdp) : fdp.ConsumeIntegralInRange<uint32_t>(1, 50);
             processor.SetConfig(seek);
         }
         const uint32_t wanted = processor.GetBufferLength();

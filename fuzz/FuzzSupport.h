@@ -34,10 +34,21 @@ std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type);
 // order lists, loop/repeat, delivery mode, super-frame, geometry.
 ConfigParam DrawConfig(FuzzedDataProvider& fdp);
 
+// A 32-bit value anywhere in its range: small, 16-bit, any, or an extreme
+// (0, 1, 2^31 - 1, 2^31, 2^32 - 2, 2^32 - 1), each about as often.
+uint32_t DrawWide(FuzzedDataProvider& fdp);
+
+// A configuration for a compressed parser: every field it reads (frame
+// counts, super-frame, loop and repeat counts, delivery mode, slice mode,
+// loop-forever, skip and order lists) and the rest of the record, each drawn
+// across its whole range with DrawWide.
+ConfigParam DrawCompressedConfig(FuzzedDataProvider& fdp);
+
 // Runs SetConfig/Init, then up to `maxCalls` Process calls with buffers sized
-// by GetBufferLength (or a fuzzed size), optionally a seek in between, then
-// DeInit. Stops at EOS or an error status.
+// by GetBufferLength (or a fuzzed size), optionally a seek in between (mode 1
+// or 2 and a frame up to maxSeekFrame, or with wideSeek any mode and frame),
+// then DeInit. Stops at EOS or an error status.
 void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataProvider& fdp,
-                   uint32_t bufferType, int maxCalls);
+                   uint32_t bufferType, int maxCalls, bool wideSeek = false);
 
 }  // namespace tessaro::fuzz

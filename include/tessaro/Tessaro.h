@@ -7,6 +7,7 @@
 #include "tessaro/Export.h"
 #include "tessaro/FrameIndex.h"
 #include "tessaro/ProcessorKeys.h"
+#include "tessaro/RawFormats.h"
 #include "tessaro/Status.h"
 #include "tessaro/TessaroFactory.h"
 #include "tessaro/TessaroInterface.h"

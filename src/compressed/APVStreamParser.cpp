@@ -1,28 +1,27 @@
 #include "compressed/APVStreamParser.h"
 
 namespace tessaro {
+namespace {
 
-int32_t APVStreamParser::Init() {
-    TS_LOGI("Init");
-    mInputFile.open(mConfigParam.mInputFileName);
-    TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    MeasureInputSize();
-    TS_CHECK(mFileSize == 0, 29, -4);
-    mInputFile.seekg(0, std::ios_base::beg);
-    mSliceMode = 0;
-    int32_t ret = BuildOffsetTable();
-    TS_CHECK(ret != TS_OK, 36, ret);
-    mState = STATE::RUNNING;
-    return TS_OK;
-}
+// The line numbers of APVStreamParser's failed checks.
+constexpr StreamParserCompressed::ScannerLines kLines{APVStreamParser::kLogTag, 23, 29, 36, 88, 89, 91};
+constexpr int kEntryFailedLine = 158;
+constexpr struct {
+    int atEof = 50;
+    int nullBuffer = 51;
+    int tooLarge = 52;
+} kEntryLines;
+
+}  // namespace
+
+int32_t APVStreamParser::Init() { return OpenAndIndex(kLines, false); }
 
 int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ReadfromInputFile");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 88, TS_OK);
-    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 89, TS_OK);
-    TS_CHECK(buffer == nullptr, 91, -2);
+    int32_t status = TS_OK;
+    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
 
     unsigned char sizeField[4];
     mInputFile.read(sizeField, sizeof(sizeField));
@@ -40,7 +39,7 @@ int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
         // auSize < maxBufSize, so adding the size field cannot wrap.
         int32_t ret = CreateEntryInFrameList(frameNum, framelist, maxBufSize,
                                              auSize + static_cast<uint32_t>(mSizeFieldLen), buffer);
-        TS_CHECK(ret != TS_OK, 158, TS_ERROR);
+        TS_CHECK(ret != TS_OK, kEntryFailedLine, TS_ERROR);
         mInputFile.seekg(static_cast<int64_t>(auSize), std::ios_base::cur);
         return TS_OK;
     }
@@ -68,9 +67,9 @@ int32_t APVStreamParser::CreateEntryInFrameList(uint32_t frameNum,
                                                 uint32_t maxBufSize, uint32_t frameSize,
                                                 std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("CreateEntryInFrameList");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 50, TS_OK);
-    TS_CHECK(buffer == nullptr, 51, -2);
-    TS_CHECK(maxBufSize < frameSize, 52, -4);
+    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", kEntryLines.atEof, TS_OK);
+    TS_CHECK(buffer == nullptr, kEntryLines.nullBuffer, -2);
+    TS_CHECK(maxBufSize < frameSize, kEntryLines.tooLarge, -4);
 
     FrameInfo entry;
     entry.mOffset =

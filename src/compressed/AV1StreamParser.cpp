@@ -29,6 +29,9 @@ constexpr const char* kReadTemporalUnitSizeFailed =
 constexpr const char* kReadObuHeaderFailed =
     "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
 
+// The line numbers of AV1StreamParser's failed checks.
+constexpr StreamParserCompressed::ScannerLines kLines{AV1StreamParser::kLogTag, 181, 201, 210, 431, 432, 434};
+
 }  // namespace
 
 bool AV1StreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
@@ -166,31 +169,20 @@ bool AV1StreamParser::SawObuHeader() {
 }
 
 int32_t AV1StreamParser::Init() {
-    TS_LOGI("Init");
-    mInputFile.open(mConfigParam.mInputFileName);
-    TS_CHECK(mInputFile.is_open() == false, 181, TS_ERROR);
-
-    if (SawDKIFHeader()) {
-        TS_LOGI("Input File has IVF Header");
-        mIvfMode = kIvfWithFileHeader;
-        mFileType = kFileTypeIvf;
-    } else if (!SawObuHeader()) {
-        TS_LOGE("Error. Unsupported AV1 File Type");
-        return TS_ERROR;
-    } else {
-        TS_LOGI("Input File has OBU Header");
-        mFileType = kFileTypeObu;
-    }
-
-    MeasureInputSize();
-    TS_CHECK(mFileSize == 0, 201, -4);
-    SeekInput(0);
-
-    mSliceMode = mConfigParam.mSliceMode ? 1 : 0;
-    int32_t ret = BuildOffsetTable();
-    TS_CHECK(ret != TS_OK, 210, ret);
-    mState = STATE::RUNNING;
-    return TS_OK;
+    return OpenAndIndex(kLines, true, [this] {
+        if (SawDKIFHeader()) {
+            TS_LOGI("Input File has IVF Header");
+            mIvfMode = kIvfWithFileHeader;
+            mFileType = kFileTypeIvf;
+        } else if (!SawObuHeader()) {
+            TS_LOGE("Error. Unsupported AV1 File Type");
+            return TS_ERROR;
+        } else {
+            TS_LOGI("Input File has OBU Header");
+            mFileType = kFileTypeObu;
+        }
+        return TS_OK;
+    });
 }
 
 int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable& sliceOffsetTable) {
@@ -262,9 +254,8 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ReadfromInputFile");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 431, TS_OK);
-    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 432, TS_OK);
-    TS_CHECK(buffer == nullptr, 434, -2);
+    int32_t status = TS_OK;
+    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
 
     if (mFileType == kFileTypeObu) {
         const uint64_t unitStart = static_cast<uint64_t>(mInputFile.tellg());

@@ -6,6 +6,10 @@
 namespace tessaro {
 namespace {
 
+// The line numbers of AVCStreamParser's failed checks.
+constexpr StreamParserCompressed::ScannerLines kLines{AVCStreamParser::kLogTag, 23, 29, 38, 199, 200, 202};
+constexpr int kSlicesNullBufferLine = 48;
+
 constexpr uint32_t kNalSps = 7;
 constexpr uint32_t kNalPps = 8;
 constexpr uint32_t kNalIdr = 5;
@@ -25,19 +29,7 @@ uint64_t ScanLimit(uint32_t maxBufSize) { return maxBufSize > 5 ? maxBufSize - 5
 
 }  // namespace
 
-int32_t AVCStreamParser::Init() {
-    TS_LOGI("Init");
-    mInputFile.open(mConfigParam.mInputFileName);
-    TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    MeasureInputSize();
-    TS_CHECK(mFileSize == 0, 29, -4);
-    mInputFile.seekg(0, std::ios_base::beg);
-    mSliceMode = mConfigParam.mSliceMode ? 1 : 0;
-    const int32_t ret = BuildOffsetTable();
-    TS_CHECK(ret != TS_OK, 38, ret);
-    mState = STATE::RUNNING;
-    return TS_OK;
-}
+int32_t AVCStreamParser::Init() { return OpenAndIndex(kLines, true); }
 
 uint64_t AVCStreamParser::UnitStart() {
     return static_cast<uint64_t>(mInputFile.tellg()) - mPrefixLen;
@@ -47,9 +39,8 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ReadfromInputFile");
-    TS_CHECK(mInputFile.eof(), 199, TS_OK);
-    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 200, TS_OK);
-    TS_CHECK(buffer == nullptr, 202, -2);
+    int32_t status = TS_OK;
+    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
 
     TS_LOGI("Resetting Configs..");
     mBoundaryCount = 0;
@@ -204,6 +195,7 @@ int32_t AVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameInf
         TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
         last.mIsLastFrame = 0;
         mInputFile.seekg(0);
+        NotePassEnd();
     } else {
         last.mIsLastFrame = sawStartCode ? 1 : 0;
     }
@@ -215,7 +207,7 @@ int32_t AVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist,
                                               uint32_t maxBufSize,
                                               std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ParseSlicesFromFrame");
-    TS_CHECK(buffer == nullptr, 48, -4);
+    TS_CHECK(buffer == nullptr, kSlicesNullBufferLine, -4);
     if (framelist.empty()) return TS_ERROR;
 
     FrameInfo& entry = framelist.back();

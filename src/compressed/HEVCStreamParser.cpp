@@ -3,20 +3,15 @@
 #include <string>
 
 namespace tessaro {
+namespace {
 
-int32_t HEVCStreamParser::Init() {
-    TS_LOGI("Init");
-    mInputFile.open(mConfigParam.mInputFileName);
-    TS_CHECK(mInputFile.is_open() == false, 23, TS_ERROR);
-    MeasureInputSize();
-    TS_CHECK(mFileSize == 0, 29, -4);
-    mInputFile.seekg(0, std::ios_base::beg);
-    mSliceMode = mConfigParam.mSliceMode ? 1 : 0;
-    int32_t ret = BuildOffsetTable();
-    TS_CHECK(ret != TS_OK, 38, ret);
-    mState = STATE::RUNNING;
-    return TS_OK;
-}
+// The line numbers of HEVCStreamParser's failed checks.
+constexpr StreamParserCompressed::ScannerLines kLines{HEVCStreamParser::kLogTag, 23, 29, 38, 212, 213, 215};
+constexpr int kSlicesNullBufferLine = 48;
+
+}  // namespace
+
+int32_t HEVCStreamParser::Init() { return OpenAndIndex(kLines, true); }
 
 bool HEVCStreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
 
@@ -29,9 +24,8 @@ int32_t HEVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<Frame
                                             uint32_t maxBufSize,
                                             std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ReadfromInputFile");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 212, TS_OK);
-    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 213, TS_OK);
-    TS_CHECK(buffer == nullptr, 215, -2);
+    int32_t status = TS_OK;
+    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
 
     TS_LOGI("Resetting Configs..");
     mPicDone = false;
@@ -165,6 +159,7 @@ int32_t HEVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameIn
             TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
             last.mIsLastFrame = 0;
             mInputFile.seekg(0, std::ios_base::beg);
+            NotePassEnd();
         } else {
             last.mIsLastFrame = sawStartCode ? 1 : 0;
         }
@@ -177,7 +172,7 @@ int32_t HEVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist
                                                uint32_t /*maxBufSize*/,
                                                std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ParseSlicesFromFrame");
-    TS_CHECK(buffer == nullptr, 48, -2);
+    TS_CHECK(buffer == nullptr, kSlicesNullBufferLine, -2);
     // Only ever called with the picture entry just appended.
     if (framelist.empty()) return TS_ERROR;
 

@@ -1,63 +1,14 @@
-// StreamParserCompressed: indexing the input (BuildOffsetTable) and returning
-// to the constructed state (DeInit). Delivery is in
-// StreamParserCompressedDelivery.cpp, the dry run in
+// StreamParserCompressed: returning to the constructed state (DeInit) and the
+// scanners' shared log lines. Indexing is in StreamParserCompressedIndex.cpp,
+// delivery in StreamParserCompressedDelivery.cpp, the dry run in
 // StreamParserCompressedBufferLength.cpp.
 #include "compressed/StreamParserCompressed.h"
-
-#include <new>
 
 #include "compressed/StreamParserCompressedLines.h"
 
 namespace tessaro {
 
 using namespace compressed_lines;
-
-int32_t StreamParserCompressed::BuildOffsetTable() {
-    TS_LOGI("BuildOffsetTable");
-    uint32_t frameNum = 1;
-    uint32_t unitCounter = 1;
-
-    mBufferPtr.reset(new (std::nothrow) unsigned char[kScratchSize],
-                     std::default_delete<unsigned char[]>());
-    TS_CHECK(mBufferPtr == nullptr, kScratchMissing, -2);
-
-    const ConfigParam& config = mConfigParam;
-    for (;;) {
-        if (config.mFrames != 0 && frameNum > config.mFrames) break;
-        if (config.mLoopFrames != 0 && frameNum > config.mLoopFrames) break;
-
-        std::vector<FrameInfo> framelist;
-        const int32_t ret = ReadfromInputFile(frameNum, framelist, kScratchSize, mBufferPtr);
-        TS_CHECK(ret != TS_OK, kScannerFailed, ret);
-        TS_CHECK(framelist.size() == 0, kScannerAppendedNone, TS_ERROR);
-
-        // Only the first scanner call of a frame number is kept: with mSuperFrame
-        // above 1 the later calls move the file past their units, which are
-        // dropped.
-        auto entry = mFrameOffsetTable.find(frameNum);
-        if (entry == mFrameOffsetTable.end()) {
-            entry = mFrameOffsetTable.emplace(frameNum, std::move(framelist)).first;
-        }
-        if (entry->second.back().mIsLastFrame != 0) {
-            TS_LOGI("Reached End of Frame");
-            break;
-        }
-
-        if (unitCounter == config.mSuperFrame) {
-            ++frameNum;
-            unitCounter = 1;
-            if (config.mRepeatInterval != 0 && config.mRepeatInterval < frameNum) {
-                TS_LOGI("Skipping to Read Frame[%u]", frameNum);
-                break;
-            }
-        } else {
-            ++unitCounter;
-        }
-    }
-    // The product is one more frame than indexed when a limit ended the loop.
-    TS_LOGI("Total Parsed Frames = %u", config.mSuperFrame * frameNum);
-    return TS_OK;
-}
 
 int32_t StreamParserCompressed::DeInit() {
     TS_LOGI("DeInit");
@@ -71,8 +22,46 @@ int32_t StreamParserCompressed::DeInit() {
     mSliceMode = 0;
     mBufferPtr.reset();
     mFrameOffsetTable.clear();
+    mRepeats = RepeatedPass{};
     if (mInputFile.is_open()) mInputFile.close();
     return TS_OK;
+}
+
+int32_t StreamParserCompressed::OpenAndIndex(const ScannerLines& lines, bool slices,
+                                             const std::function<int32_t()>& probe) {
+    __android_log_print(kLogInfo, lines.tag, "Init");
+    mInputFile.open(mConfigParam.mInputFileName);
+    if (!mInputFile.is_open()) {
+        return ReportFailure(lines.tag, "mInputFile.is_open() == false", lines.notOpen, TS_ERROR);
+    }
+    if (probe) {
+        const int32_t probed = probe();
+        if (probed != TS_OK) return probed;
+    }
+    MeasureInputSize();
+    if (mFileSize == 0) return ReportFailure(lines.tag, "mFileSize == 0", lines.emptyFile, -4);
+    mInputFile.clear();
+    mInputFile.seekg(0, std::ios_base::beg);
+    mSliceMode = slices && mConfigParam.mSliceMode ? 1 : 0;
+    const int32_t ret = BuildOffsetTable();
+    if (ret != TS_OK) return ReportFailure(lines.tag, "ret != TS_OK", lines.indexFailed, ret);
+    mState = STATE::RUNNING;
+    return TS_OK;
+}
+
+bool StreamParserCompressed::ScanEndsAtOnce(const ScannerLines& lines,
+                                            const std::shared_ptr<unsigned char>& buffer,
+                                            int32_t* status) {
+    if (mInputFile.eof()) {
+        *status = ReportFailure(lines.tag, "mInputFile.eof()", lines.atEof, TS_OK);
+    } else if (static_cast<uint64_t>(mInputFile.tellg()) == mFileSize) {
+        *status = ReportFailure(lines.tag, "(uint64_t)mInputFile.tellg() == mFileSize", lines.atEnd, TS_OK);
+    } else if (buffer == nullptr) {
+        *status = ReportFailure(lines.tag, "buffer == nullptr", lines.nullBuffer, -2);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 void StreamParserCompressed::MeasureInputSize() {

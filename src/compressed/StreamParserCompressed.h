@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <utility>
@@ -23,8 +24,28 @@ public:
     static constexpr uint32_t FRAME_TYPE_SYNC = 2;          // IDR / key frame: a seek target
     static constexpr uint32_t FRAME_TYPE_NON_SYNC = 4;      // any other picture
 
-    // Size of the scratch buffer lent to the scanners (192 MiB).
+    // The line numbers a codec parser's Init and the start of its scanner
+    // calls report failed checks with, under its log tag.
+    struct ScannerLines {
+        const char* tag;
+        int notOpen;      // "mInputFile.is_open() == false"
+        int emptyFile;    // "mFileSize == 0"
+        int indexFailed;  // "ret != TS_OK"
+        int atEof;        // "mInputFile.eof()"
+        int atEnd;        // "(uint64_t)mInputFile.tellg() == mFileSize"
+        int nullBuffer;   // "buffer == nullptr"
+    };
+
+    // The size the scanners are told their scratch buffer has (192 MiB): it
+    // sets their "Buffer is Full." limits. They only ever store one byte in
+    // it, so only kScratchBytes are allocated.
     static constexpr uint32_t kScratchSize = 0xC000000;
+    static constexpr uint32_t kScratchBytes = 1;
+
+    // Tables up to this many frames are indexed call by call, as logged. Beyond
+    // it, frames that repeat an earlier pass over the input are not scanned or
+    // stored again; they are rebuilt from that pass when looked up.
+    static constexpr uint32_t kFullTableFrames = 100000;
 
     // One unit of one frame: a contiguous byte range of the input delivered as
     // a whole (a parameter-set group, a picture, a superframe member).
@@ -77,6 +98,12 @@ public:
     const std::unordered_map<uint32_t, std::vector<FrameInfo>>& frameOffsetTable() const {
         return mFrameOffsetTable;
     }
+    // The units of frame f: its table entry, or, for a frame that repeats an
+    // earlier pass over the input, its units rebuilt into holder. Null when the
+    // table holds no frame f. The result stays valid while holder and the table do.
+    const std::vector<FrameInfo>* FindFrame(uint32_t f, std::vector<FrameInfo>& holder) const;
+    // Frames in the table, those rebuilt on lookup included.
+    uint64_t IndexedFrames() const;
     const FetchContent& fetchContent() const { return mFetchContent; }
     uint32_t frameCount() const { return mFrameCount; }
     uint64_t fileSize() const { return mFileSize; }
@@ -86,9 +113,42 @@ public:
 protected:
     StreamParserCompressed() = default;
 
+    // A codec Init: logs "Init", opens mConfigParam.mInputFileName, runs the
+    // codec's probe of the file type (when given; a status other than TS_OK
+    // ends Init with it), measures and rewinds the file, takes the slice mode
+    // (mConfigParam's when slices is set, else 0) and indexes. Running on success.
+    int32_t OpenAndIndex(const ScannerLines& lines, bool slices,
+                         const std::function<int32_t()>& probe = nullptr);
+    // The checks a scanner call starts with: the stream at its end (TS_OK, no
+    // entry), the position at the end of the file (likewise) and a missing
+    // scratch buffer (-2). True when the call ends here with *status.
+    bool ScanEndsAtOnce(const ScannerLines& lines, const std::shared_ptr<unsigned char>& buffer,
+                        int32_t* status);
+
     // Seeks mInputFile to its end and stores that position in mFileSize (0 when
     // the position cannot be told). The caller rewinds.
     void MeasureInputSize();
+
+    // A scanner calls this when it has rewound the input so that its next call
+    // scans as the first call of the indexing did.
+    void NotePassEnd() { mPassEnded = true; }
+    // True for a scanner whose calls for frame number 1 differ from the calls
+    // for later frame numbers at the same position.
+    virtual bool ScansDependOnFrameOne() const { return false; }
+
+    // Frames 1..f-1 as spans to visit in order: each span's frames once, then
+    // again as a whole `repeats` - 1 more times (repeated passes over the input).
+    struct FrameSpan {
+        uint32_t first;
+        uint32_t last;
+        uint64_t repeats;
+    };
+    std::vector<FrameSpan> EarlierFrameSpans(uint32_t f) const;
+    // Frames after which the rebuilt frames repeat themselves (0: none rebuilt).
+    uint32_t RepeatCycleFrames() const;
+    bool IsRebuiltFrame(uint32_t f) const { return mRepeats.Contains(f); }
+    uint32_t FirstRebuiltFrame() const { return mRepeats.first; }
+    uint32_t LastRebuiltFrame() const { return mRepeats.last; }
 
     // Logs "Frame[%d] BufferNum[%d] Offset[%llu] length[%d]" for the last entry
     // of framelist (BufferNum = the list's size) under the scanner's tag.
@@ -107,8 +167,53 @@ protected:
     std::unordered_map<uint32_t, std::vector<FrameInfo>> mFrameOffsetTable;
     FetchContent mFetchContent;  // the delivery cursor
     uint32_t mSliceMode = 0;     // copied from mConfigParam.mSliceMode by the codec Init
+    uint32_t mFullTableFrames = kFullTableFrames;  // lowered by tests only
 
 private:
+    // The frames of the table that are rebuilt from a reference pass over the
+    // input instead of being scanned and stored: once the scanner has rewound
+    // the input to the state of an earlier call, its calls repeat with a
+    // period of passCalls calls.
+    struct RepeatedPass {
+        uint32_t first = 1;          // rebuilt frames first..last (none when first > last)
+        uint32_t last = 0;
+        uint64_t superFrame = 1;     // scanner calls per frame number (0 counts as 2^32)
+        bool started = false;        // passStart holds a call that a pass starts at
+        uint64_t passStart = 0;      // first call of the reference pass
+        uint64_t passCalls = 0;      // calls per pass; 0 until the reference pass ended
+        bool skipped = false;        // the indexing has passed over repeated passes
+        // Units of reference-pass calls that the table drops (all but the first
+        // call of a frame number), by call index.
+        std::unordered_map<uint64_t, std::vector<FrameInfo>> droppedCalls;
+        bool Contains(uint32_t f) const { return first <= f && f <= last; }
+        uint64_t Count() const { return first <= last ? uint64_t{last} - first + 1 : 0; }
+    };
+
+    // Where the indexing loop stands: call is the number of scanner calls made
+    // (or passed over); frameNum and unitCounter follow from it.
+    struct IndexCursor {
+        uint64_t call = 0;
+        uint32_t frameNum = 1;
+        uint32_t unitCounter = 1;
+    };
+    // Passes over whole repeated passes of the input that cannot end the
+    // indexing, once the table has grown past mFullTableFrames frames.
+    void SkipRepeatedPasses(IndexCursor& at);
+    // Notes where passes over the input start and end, after call at.call.
+    void TrackPasses(const IndexCursor& at);
+    // The call that ends the regime of `call`: a scanner whose calls for frame
+    // 1 differ scans alike only within frame 1, and only after it.
+    uint64_t RegimeEnd(uint64_t call) const;
+    // Keeps the units of one scanner call: a new frame number's in the table,
+    // a reference-pass dropped call's for rebuilding. False when the table
+    // entry of the frame number ends the input.
+    bool KeepCall(const IndexCursor& at, std::vector<FrameInfo>&& framelist);
+    // The reference-pass units that rebuilt frame f repeats.
+    const std::vector<FrameInfo>* PassCall(uint32_t f) const;
+
+    bool mPassEnded = false;     // the scanner rewound the input in its last call
+    RepeatedPass mRepeats;
+
     // What one Process call has put into the client buffer so far.
     struct Delivery {
         Buffer& buffer;
@@ -119,6 +224,13 @@ private:
     // Reads length bytes at offset of the input into the client buffer behind
     // what this call has already written, and sets the buffer's flags from unit.
     int32_t readData(Delivery& delivery, const FrameInfo& unit, uint64_t offset, uint64_t length);
+    // Reads every codec-config unit of frames 1..frame-1 into the buffer (the
+    // prelude of the first delivery after a seek).
+    int32_t DeliverSequenceHeaders(Delivery& delivery, uint32_t frame);
+    int32_t ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span);
+    // Adds `more` repeats of what the buffer received since `start` as reading
+    // them would; false when they do not all fit.
+    bool RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more);
     // The frame the cursor's frameNum stands for, after the mLoopFrames wrap.
     uint32_t EffectiveFrame(uint32_t frameNum) const;
     bool FrameLimitPassed() const;

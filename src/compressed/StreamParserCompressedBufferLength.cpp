@@ -19,23 +19,28 @@ uint32_t StreamParserCompressed::GetBufferLength() {
     }
     const FetchContent::BufferInfo& cursor = mFetchContent.bufferInfo;
     uint32_t frame = EffectiveFrame(cursor.frameNum);
-    auto entry = mFrameOffsetTable.find(frame);
-    TS_CHECK_TEXT(entry == mFrameOffsetTable.end(),
+    std::vector<FrameInfo> holder;
+    const std::vector<FrameInfo>* units = FindFrame(frame, holder);
+    TS_CHECK_TEXT(units == nullptr,
                   "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                   kLengthFrameMissing, static_cast<uint32_t>(TS_ERROR));
-    const std::vector<FrameInfo>* units = &entry->second;
 
     uint32_t total = 0;
     if (mIsSeekSet) {
         uint32_t sequenceHeaders = 0;
-        for (uint32_t k = 1; k < frame; ++k) {
-            auto earlier = mFrameOffsetTable.find(k);
-            if (earlier == mFrameOffsetTable.end()) continue;
-            for (const FrameInfo& unit : earlier->second) {
-                if (unit.mFrameType == FRAME_TYPE_CODEC_CONFIG) {
-                    sequenceHeaders += static_cast<uint32_t>(unit.mLength);
+        for (const FrameSpan& span : EarlierFrameSpans(frame)) {
+            uint32_t spanBytes = 0;
+            for (uint32_t k = span.first; k <= span.last && k != 0; ++k) {
+                std::vector<FrameInfo> earlierHolder;
+                const std::vector<FrameInfo>* earlier = FindFrame(k, earlierHolder);
+                if (earlier == nullptr) continue;
+                for (const FrameInfo& unit : *earlier) {
+                    if (unit.mFrameType == FRAME_TYPE_CODEC_CONFIG) {
+                        spanBytes += static_cast<uint32_t>(unit.mLength);
+                    }
                 }
             }
+            sequenceHeaders += spanBytes * static_cast<uint32_t>(span.repeats);
         }
         TS_LOGI("Total length of SEQ_HEADER before Seekpoint = %d",
                 static_cast<int>(sequenceHeaders));
@@ -81,12 +86,11 @@ uint32_t StreamParserCompressed::GetBufferLength() {
                 TS_LOGI("Already reached EOS.");
                 return 0;
             }
-            if (mConfigParam.mLoopFrames == 0 && mFrameOffsetTable.size() < frameNum) frameNum = 1;
-            auto next = mFrameOffsetTable.find(frameNum);
-            TS_CHECK_TEXT(next == mFrameOffsetTable.end(),
+            if (mConfigParam.mLoopFrames == 0 && IndexedFrames() < frameNum) frameNum = 1;
+            units = FindFrame(frameNum, holder);
+            TS_CHECK_TEXT(units == nullptr,
                           "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                           kLengthFrameMissing, static_cast<uint32_t>(TS_ERROR));
-            units = &next->second;
             frame = frameNum;
             bufferNum = 0;
             sliceNum = 1;

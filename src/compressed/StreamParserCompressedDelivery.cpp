@@ -90,6 +90,61 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const FrameInfo& un
     return TS_OK;
 }
 
+int32_t StreamParserCompressed::ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span) {
+    for (uint32_t k = span.first; k <= span.last && k != 0; ++k) {
+        std::vector<FrameInfo> holder;
+        const std::vector<FrameInfo>* earlier = FindFrame(k, holder);
+        if (earlier == nullptr) continue;
+        for (const FrameInfo& unit : *earlier) {
+            if (unit.mFrameType != FRAME_TYPE_CODEC_CONFIG) continue;
+            TS_CHECK_TEXT(readData(delivery, unit, unit.mOffset, unit.mLength) != TS_OK,
+                          "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
+        }
+    }
+    return TS_OK;
+}
+
+bool StreamParserCompressed::RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more) {
+    const uint32_t bytes = delivery.total - start;
+    Buffer& buffer = delivery.buffer;
+    if (buffer.mMapOffset != 0 || bytes == 0) {
+        // Every read lands at the start of the buffer, or adds nothing: reading
+        // the span again would leave the buffer as it is.
+        delivery.total += bytes * static_cast<uint32_t>(more);
+        return true;
+    }
+    // The span's bytes follow again and again; copy the repeats that fit.
+    const uint64_t fit = std::min<uint64_t>(more, (buffer.capacity() - delivery.total) / bytes);
+    if (fit == 0) return false;
+    std::vector<uint8_t> span;
+    span.reserve(bytes);
+    mClientBuffers.Drain(buffer, start, bytes, [&span](const uint8_t* piece, uint64_t count) {
+        span.insert(span.end(), piece, piece + count);
+        return true;
+    });
+    uint64_t copied = 0;
+    while (copied < fit && span.size() == bytes &&
+           mClientBuffers.FillFromMemory(buffer, delivery.total, span.data(), bytes).bytes == bytes) {
+        delivery.total += bytes;
+        ++copied;
+    }
+    return copied == more;
+}
+
+int32_t StreamParserCompressed::DeliverSequenceHeaders(Delivery& delivery, uint32_t frame) {
+    for (const FrameSpan& span : EarlierFrameSpans(frame)) {
+        const uint32_t start = delivery.total;
+        if (ReadSequenceHeaders(delivery, span) != TS_OK) return TS_ERROR;
+        // A repeat that does not fit is read for real: it fails at the read
+        // that overruns the buffer.
+        if (span.repeats > 1 && !RepeatSequenceHeaders(delivery, start, span.repeats - 1) &&
+            ReadSequenceHeaders(delivery, span) != TS_OK) {
+            return TS_ERROR;
+        }
+    }
+    return TS_OK;
+}
+
 int32_t StreamParserCompressed::OrderedSlice(const FrameInfo& unit, uint32_t& slice,
                                              bool dryRun) const {
     const std::vector<uint32_t>& order = mConfigParam.mSliceOrder;
@@ -113,14 +168,15 @@ int32_t StreamParserCompressed::OrderedSlice(const FrameInfo& unit, uint32_t& sl
 void StreamParserCompressed::CompleteFrame(Buffer& buffer, bool wholeUnit) {
     FetchContent::BufferInfo& cursor = mFetchContent.bufferInfo;
     ++mFrameCount;
-    const uint32_t repeat = mConfigParam.mRepeatInterval;
-    if (repeat != 0 && mFrameCount % (repeat + 1) == 0) cursor.frameNum = 0;
+    // Taken in 64 bits: an interval of 0xFFFFFFFF makes the period 2^32, not 0.
+    const uint64_t period = static_cast<uint64_t>(mConfigParam.mRepeatInterval) + 1;
+    if (period != 1 && mFrameCount % period == 0) cursor.frameNum = 0;
     buffer.mTimestamp = static_cast<uint64_t>(cursor.frameNum) * kMicrosPerFrame;
     cursor.bufferNum = 0;
     cursor.sliceNum = 1;
     ++cursor.frameNum;
     buffer.mEndOfFrame = 1;
-    if (wholeUnit && mConfigParam.mLoopFrames == 0 && mFrameOffsetTable.size() < cursor.frameNum) {
+    if (wholeUnit && mConfigParam.mLoopFrames == 0 && IndexedFrames() < cursor.frameNum) {
         TS_LOGI("Reached last frame. Re-Starting from Frame 1");
         cursor.frameNum = 1;
     }
@@ -150,27 +206,20 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
 
     FetchContent::BufferInfo& cursor = mFetchContent.bufferInfo;
     uint32_t frame = EffectiveFrame(cursor.frameNum);
-    auto entry = mFrameOffsetTable.find(frame);
-    TS_CHECK_TEXT(entry == mFrameOffsetTable.end(),
+    // The table does not change while frames are delivered: read it in place
+    // (a rebuilt frame lives in holder).
+    std::vector<FrameInfo> holder;
+    const std::vector<FrameInfo>* units = FindFrame(frame, holder);
+    TS_CHECK_TEXT(units == nullptr,
                   "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())", kFrameMissing,
                   TS_ERROR);
-    // The table does not change while frames are delivered: read it in place.
-    const std::vector<FrameInfo>* units = &entry->second;
 
     Delivery delivery{*buffer, 0, 0};
 
     // After a seek the buffer first carries every codec-config unit of the
     // frames before the target, so that a decoder can start there.
     if (mIsSeekSet) {
-        for (uint32_t k = 1; k < frame; ++k) {
-            auto earlier = mFrameOffsetTable.find(k);
-            if (earlier == mFrameOffsetTable.end()) continue;
-            for (const FrameInfo& unit : earlier->second) {
-                if (unit.mFrameType != FRAME_TYPE_CODEC_CONFIG) continue;
-                TS_CHECK_TEXT(readData(delivery, unit, unit.mOffset, unit.mLength) != TS_OK,
-                              "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
-            }
-        }
+        if (DeliverSequenceHeaders(delivery, frame) != TS_OK) return TS_ERROR;
         ClearSeekRequest();
         TS_LOGI("Total length of SEQ_HEADER before Seekpoint = %d", 0);
     }
@@ -225,18 +274,17 @@ int32_t StreamParserCompressed::Process(std::shared_ptr<Buffer> buffer) {
             ++cursor.frameNum;
             skip.clear();
             ++mFrameCount;
-            if (mConfigParam.mLoopFrames == 0 && mFrameOffsetTable.size() < cursor.frameNum) {
+            if (mConfigParam.mLoopFrames == 0 && IndexedFrames() < cursor.frameNum) {
                 TS_LOGI("Reached last frame. Re-Starting from Frame 1");
                 cursor.frameNum = 1;
             }
             if (mSawEOS || FrameLimitPassed()) return SignalEndOfStream(*buffer);
             // The next frame is looked up by its own number, without the
             // mLoopFrames wrap; a number beyond the table fails the call.
-            auto next = mFrameOffsetTable.find(cursor.frameNum);
-            TS_CHECK_TEXT(next == mFrameOffsetTable.end(),
+            units = FindFrame(cursor.frameNum, holder);
+            TS_CHECK_TEXT(units == nullptr,
                           "(mFrameOffsetTable.find(frameNum) == mFrameOffsetTable.end())",
                           kNextFrameMissing, TS_ERROR);
-            units = &next->second;
             frame = cursor.frameNum;
             frameSkipped = true;
             break;

@@ -26,8 +26,10 @@ int32_t StreamParserCompressed::Seek() {
                 static_cast<int>(seekToFrame), static_cast<int>(parsedFrames));
         return TS_ERROR;
     }
-    TS_CHECK((mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end()),
-             compressed_lines::kSeekFrameNotIndexed, TS_ERROR);
+    std::vector<FrameInfo> holder;
+    TS_CHECK_TEXT(FindFrame(seekToFrame, holder) == nullptr,
+                  "(mFrameOffsetTable.find(seekToFrame) == mFrameOffsetTable.end())",
+                  compressed_lines::kSeekFrameNotIndexed, TS_ERROR);
 
     uint32_t target = seekToFrame;
     if (mConfigParam.mSeekMode == 1) {
@@ -37,16 +39,17 @@ int32_t StreamParserCompressed::Seek() {
         // is found. The highest-numbered frame of the table is never examined:
         // the walk stops as soon as candidate reaches the table size. A pending
         // seek (mIsSeekSet still set) makes the first frame examined the answer.
-        auto searchSyncFrame = [this, &candidate](Direction direction) {
+        auto searchSyncFrame = [this, &candidate, &holder](Direction direction) {
+            uint32_t rebuiltSeen = 0;  // rebuilt frames examined in a row
             for (;;) {
                 if (candidate == 0) return;
-                if (mFrameOffsetTable.size() <= candidate) return;
-                auto frame = mFrameOffsetTable.find(candidate);
-                if (frame == mFrameOffsetTable.end()) {
+                if (IndexedFrames() <= candidate) return;
+                const std::vector<FrameInfo>* frame = FindFrame(candidate, holder);
+                if (frame == nullptr) {
                     TS_LOGE("Error. Missing Frame in Offset Table..");
                     return;
                 }
-                for (const FrameInfo& unit : frame->second) {
+                for (const FrameInfo& unit : *frame) {
                     if (unit.mFrameType == FRAME_TYPE_SYNC) {
                         mIsSeekSet = true;
                         break;
@@ -55,6 +58,14 @@ int32_t StreamParserCompressed::Seek() {
                 if (mIsSeekSet) {
                     TS_LOGI("Nearest IDR was found at Frame[%u]", candidate);
                     return;
+                }
+                if (IsRebuiltFrame(candidate) && ++rebuiltSeen >= RepeatCycleFrames()) {
+                    // A whole cycle of rebuilt frames without a sync unit: none
+                    // of them has one. Go on past them.
+                    candidate = direction == Direction::Forward ? LastRebuiltFrame() + 1
+                                                                : FirstRebuiltFrame() - 1;
+                    rebuiltSeen = 0;
+                    continue;
                 }
                 candidate += static_cast<uint32_t>(static_cast<int>(direction));
             }

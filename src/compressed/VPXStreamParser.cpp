@@ -6,6 +6,10 @@
 namespace tessaro {
 namespace {
 
+// The line numbers of VPXStreamParser's failed checks.
+constexpr StreamParserCompressed::ScannerLines kLines{VPXStreamParser::kLogTag, 44, 59, 66, 141, 142, 144};
+constexpr int kNoSignatureLine = 51;
+
 uint32_t LittleEndian32(const unsigned char* b) {
     return static_cast<uint32_t>(b[0]) | (static_cast<uint32_t>(b[1]) << 8) |
            (static_cast<uint32_t>(b[2]) << 16) | (static_cast<uint32_t>(b[3]) << 24);
@@ -13,8 +17,8 @@ uint32_t LittleEndian32(const unsigned char* b) {
 
 }  // namespace
 
-int32_t VPXStreamParser::readInputFile(void* dst, uint64_t size, uint64_t keep) {
-    mInputFile.read(dst, size, keep);
+int32_t VPXStreamParser::readInputFile(void* dst, uint64_t size) {
+    mInputFile.read(dst, size);
     if (!mInputFile || mInputFile.gcount() != size) {
         TS_LOGE("Error. Failed to Read from File");
         return TS_ERROR;
@@ -36,39 +40,27 @@ bool VPXStreamParser::SawDKIFHeader() {
 }
 
 int32_t VPXStreamParser::Init() {
-    TS_LOGI("Init");
-    mInputFile.open(mConfigParam.mInputFileName);
-    TS_CHECK(mInputFile.is_open() == false, 44, TS_ERROR);
-
-    // The extension runs from the last '.' to the end. A name without '.' makes
-    // substr throw std::out_of_range, which leaves Init to the caller.
-    const std::string& name = mConfigParam.mInputFileName;
-    const std::string extension = name.substr(name.find_last_of('.'));
-    if (extension == ".ivfnh") {
-        mIvfMode = kIvfHeaderless;
-    } else {
-        TS_CHECK(SawDKIFHeader() == false, 51, TS_ERROR);
-        mIvfMode = kIvfWithFileHeader;
-    }
-
-    MeasureInputSize();
-    TS_CHECK(mFileSize == 0, 59, -4);
-    SeekInput(0);
-
-    mSliceMode = 0;
-    int32_t ret = BuildOffsetTable();
-    TS_CHECK(ret != TS_OK, 66, ret);
-    mState = STATE::RUNNING;
-    return TS_OK;
+    return OpenAndIndex(kLines, false, [this] {
+        // The extension runs from the last '.' to the end. A name without '.'
+        // makes substr throw std::out_of_range, which leaves Init to the caller.
+        const std::string& name = mConfigParam.mInputFileName;
+        const std::string extension = name.substr(name.find_last_of('.'));
+        if (extension == ".ivfnh") {
+            mIvfMode = kIvfHeaderless;
+        } else {
+            TS_CHECK(SawDKIFHeader() == false, kNoSignatureLine, TS_ERROR);
+            mIvfMode = kIvfWithFileHeader;
+        }
+        return TS_OK;
+    });
 }
 
 int32_t VPXStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ReadfromInputFile");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 141, TS_OK);
-    TS_CHECK((uint64_t)mInputFile.tellg() == mFileSize, 142, TS_OK);
-    TS_CHECK(buffer == nullptr, 144, -2);
+    int32_t status = TS_OK;
+    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
 
     unsigned char sizeField[4];
     unsigned char timestamp[8];
@@ -132,8 +124,10 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
     }
 
     if (toRead != 0) {
-        // Only the first byte is looked at; the rest of the frame is passed over.
-        if (readInputFile(buffer.get(), toRead, 1) != TS_OK) return TS_ERROR;
+        // Only the first byte is looked at; the rest of the frame, which lies
+        // inside the file, is passed over.
+        if (readInputFile(buffer.get(), 1) != TS_OK) return TS_ERROR;
+        mInputFile.seekg(static_cast<int64_t>(toRead - 1), std::ios_base::cur);
         // Bit 0 of the first byte clear marks a key frame; the same test is
         // applied to VP9 and to AV1 temporal units.
         added.mFrameType = (buffer.get()[0] & 1) == 0 ? FRAME_TYPE_SYNC : FRAME_TYPE_NON_SYNC;
@@ -152,6 +146,7 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
             added.mIsLastFrame = 0;
             SeekInput(0);
             mRestarted = true;
+            NotePassEnd();
         }
     }
     return TS_OK;

@@ -49,9 +49,12 @@ public:
     uint32_t ivfMode() const { return mIvfMode; }
 
 protected:
-    // Reads exactly size bytes, storing the first keep of them in dst; logs
+    // A call for frame 1 reads the IVF file header wherever the file stands.
+    bool ScansDependOnFrameOne() const override { return true; }
+
+    // Reads exactly size bytes into dst; logs
     // "Error. Failed to Read from File" and returns TS_ERROR when fewer arrive.
-    int32_t readInputFile(void* dst, uint64_t size, uint64_t keep = UINT64_MAX);
+    int32_t readInputFile(void* dst, uint64_t size);
 
     // Clears the stream state and moves to offset from the file start.
     void SeekInput(uint64_t offset);

@@ -45,6 +45,7 @@ public:
     // not fit in it, -1 on a short or failed read (the rows read so far stay).
     virtual int32_t ReadfromInputFile(std::shared_ptr<Buffer> buffer);
 
+    const PictureFormat& format() const { return mFormat; }
     uint32_t bufferSize() const { return mBufferSize; }  // read access for tests
     uint32_t fileBufferSize() const { return mFileBufferSize; }
 

@@ -98,6 +98,7 @@ public:
         if (mNext == mFrames.size()) {
             if (mConfigParam.mFrames != 0 && mConfigParam.mFrames > frameNum) {
                 mNext = 0;
+                NotePassEnd();
             } else {
                 framelist.back().mIsLastFrame = 1;
             }

@@ -1,0 +1,279 @@
+// Tables longer than the file: frames that repeat an earlier pass over the
+// input are rebuilt on lookup instead of being scanned and stored. A parser
+// whose full-table limit is lowered to a few frames must index, deliver,
+// measure and seek exactly as one that scans every frame; a frame count of
+// 0xFFFFFFFF indexes in proportion to the file.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+
+#include "ScannerTestSupport.h"
+#include "ScriptedParser.h"
+
+namespace tessaro::test {
+namespace {
+
+// A parser of codec P whose full-table limit is `limit` frames.
+template <class P>
+class Limited : public P {
+public:
+    explicit Limited(uint32_t limit) { this->mFullTableFrames = limit; }
+};
+
+std::unique_ptr<StreamParserCompressed> MakeLimited(const std::string& codec, uint32_t limit) {
+    if (codec == "avc") return std::make_unique<Limited<AVCStreamParser>>(limit);
+    if (codec == "hevc") return std::make_unique<Limited<HEVCStreamParser>>(limit);
+    if (codec == "vpx") return std::make_unique<Limited<VPXStreamParser>>(limit);
+    return std::make_unique<Limited<AV1StreamParser>>(limit);
+}
+
+// An IVF file of seven 20-byte frames: a frame with its header is as long as
+// the file header, so reading a file header again in the middle still parses.
+std::string TwentyByteFrames(const ScratchDir& dir) {
+    std::string bytes = "DKIF" + Repeat(0, 28);
+    for (int f = 0; f < 7; ++f) bytes += LittleEndian32(20) + Repeat(0, 8) + Repeat(f % 3 == 0 ? 0 : 1, 20);
+    return dir.Write("twenty.ivf", bytes);
+}
+
+// Init on sample (a committed one, or "twenty.ivf") with the configuration
+// words; the status and the "Total Parsed Frames" line.
+std::string InitWith(StreamParserCompressed& parser, const std::string& sample, const std::string& words,
+                     bool* passedOver = nullptr) {
+    static const ScratchDir dir;
+    ConfigParam config = Config(words);
+    config.mInputFileName = sample == "vpx/twenty.ivf" ? TwentyByteFrames(dir) : DataPath(sample);
+    parser.SetConfig(config);
+    LogCapture logs;
+    const int32_t status = parser.Init();
+    std::string total;
+    for (const std::string& m : logs.Messages(kCoreTag)) {
+        if (m.rfind("Total Parsed Frames", 0) == 0) total = m;
+        if (passedOver != nullptr && m.find("repeat earlier passes") != std::string::npos) *passedOver = true;
+    }
+    return std::to_string(status) + " " + total;
+}
+
+std::string Frame(const StreamParserCompressed& parser, uint32_t f) {
+    std::vector<FrameInfo> holder;
+    const std::vector<FrameInfo>* units = parser.FindFrame(f, holder);
+    if (units == nullptr) return "none";
+    std::string out;
+    for (const FrameInfo& unit : *units) out += DescribeUnit(unit, f) + " ";
+    return out;
+}
+
+// One Process call (after GetBufferLength) as text: bytes by hash, length, flags, timing.
+std::string Step(StreamParserCompressed& parser, uint64_t mapOffset = 0, uint64_t capacity = 1 << 20) {
+    std::ostringstream out;
+    out << "len? " << static_cast<int32_t>(parser.GetBufferLength());
+    auto buffer = MakeClientBuffer(capacity, 0, static_cast<uint32_t>(mapOffset));
+    const int32_t status = parser.Process(buffer);
+    const auto bytes = ReadValid(*buffer);
+    out << " st " << status << " hash " << std::hash<std::string>()(std::string(bytes.begin(), bytes.end()))
+        << " len " << buffer->mLength << " t " << buffer->mTimestamp << " fl " << buffer->mFlags << " eof "
+        << buffer->mEndOfFrame << " sk " << buffer->mSliceSkipped << " layer " << buffer->mSliceInfo;
+    return out.str();
+}
+
+std::string SeekTo(StreamParserCompressed& parser, uint32_t mode, uint32_t frame) {
+    ConfigParam seek;
+    seek.mSeekMode = mode;
+    seek.mSeekFrame = frame;
+    const int32_t status = parser.SetConfig(seek);
+    return "seek " + std::to_string(status) + " to " + std::to_string(seek.mSeekedFrame);
+}
+
+struct RepeatCase {
+    const char* name;
+    const char* sample;
+    const char* config;  // configuration words, see Config()
+    uint32_t limit;      // full-table limit of the parser that rebuilds
+};
+
+void PrintTo(const RepeatCase& c, std::ostream* os) { *os << c.name; }
+
+const RepeatCase kRepeatCases[] = {
+    {"AvcWhole", "h264/idr_gop.264", "frames=61", 7},
+    {"AvcSlices", "h264/four_slices_bframes.264", "frames=45 slices", 5},
+    {"AvcSuperFrames", "h264/single_slice.264", "frames=33 super=3", 4},
+    {"AvcAud", "h264/aud.264", "frames=40 loop=31", 3},
+    {"HevcSlices", "h265/two_slices.265", "frames=47 slices", 5},
+    {"HevcSei", "h265/aud_sei.265", "frames=50 repeat=44", 3},
+    {"HevcGop", "h265/idr_gop.265", "frames=40 super=2", 3},
+    {"Vp8", "vpx/vp8_kf4.ivf", "frames=41", 5},
+    {"VpxSuperFrames", "vpx/twenty.ivf", "frames=30 super=2", 3},
+    {"VpxFrameOneLong", "vpx/twenty.ivf", "frames=9 super=30", 1},
+    {"Av1Ivf", "av1/kf4.ivf", "frames=43", 5},
+    {"Av1Obu", "av1/tile_groups.obu", "frames=40 slices", 3},
+    {"Av1Section5", "av1/kf4_section5.obu", "frames=37 super=2", 3},
+    {"Av1AnnexB", "av1/kf4_annexb.obu", "frames=39", 5},
+};
+
+class RebuiltFrames : public ::testing::TestWithParam<RepeatCase> {
+protected:
+    void InitBoth(StreamParserCompressed& full, StreamParserCompressed& limited) {
+        const RepeatCase& c = GetParam();
+        const std::string fullInit = InitWith(full, c.sample, c.config);
+        bool passedOver = false;
+        ASSERT_EQ(InitWith(limited, c.sample, c.config, &passedOver), fullInit);
+        ASSERT_TRUE(passedOver) << "no scanner call passed over: the case tests nothing";
+    }
+};
+
+TEST_P(RebuiltFrames, IndexAndDeliverAsScannedFrames) {
+    const RepeatCase& c = GetParam();
+    const std::string codec = CodecOf(c.sample);
+    auto full = MakeParser(codec);
+    auto limited = MakeLimited(codec, c.limit);
+    InitBoth(*full, *limited);
+    ASSERT_EQ(limited->IndexedFrames(), full->frameOffsetTable().size());
+    for (uint32_t f = 0; f <= full->frameOffsetTable().size() + 1; ++f) {
+        ASSERT_EQ(Frame(*limited, f), Frame(*full, f)) << "frame " << f;
+    }
+    for (size_t call = 0; call < 2 * full->frameOffsetTable().size() + 4; ++call) {
+        ASSERT_EQ(Step(*limited), Step(*full)) << "call " << call;
+    }
+}
+
+TEST_P(RebuiltFrames, SeekAsIntoScannedFrames) {
+    const RepeatCase& c = GetParam();
+    const std::string codec = CodecOf(c.sample);
+    auto reference = MakeParser(codec);
+    InitWith(*reference, c.sample, c.config);
+    const uint32_t n = static_cast<uint32_t>(reference->frameOffsetTable().size());
+    for (uint32_t mode : {1u, 2u}) {
+        for (uint32_t target : {n / 2, n - 3, n - 1, n}) {
+            for (uint64_t mapOffset : {0, 4096, 1}) {
+                // 1: map offset 0 and a buffer too small for many sequence headers
+                const uint64_t capacity = mapOffset == 1 ? 300 : 1 << 20;
+                mapOffset = mapOffset == 1 ? 0 : mapOffset;
+                SCOPED_TRACE("mode " + std::to_string(mode) + " target " + std::to_string(target) +
+                             " map offset " + std::to_string(mapOffset) + " capacity " + std::to_string(capacity));
+                auto full = MakeParser(codec);
+                auto limited = MakeLimited(codec, c.limit);
+                InitBoth(*full, *limited);
+                ASSERT_EQ(SeekTo(*limited, mode, target), SeekTo(*full, mode, target));
+                for (int call = 0; call < 3; ++call) {
+                    ASSERT_EQ(Step(*limited, mapOffset, capacity), Step(*full, mapOffset, capacity));
+                }
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, RebuiltFrames, ::testing::ValuesIn(kRepeatCases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// A frame count of 0xFFFFFFFF: the table ends at the last frame number and
+// every frame of it is served as the file frame it repeats.
+struct Endless {
+    const char* sample;
+    const char* config;
+};
+
+class EndlessTable : public ::testing::TestWithParam<Endless> {};
+
+TEST_P(EndlessTable, IndexesInProportionToTheFile) {
+    const Endless& e = GetParam();
+    const std::string codec = CodecOf(e.sample);
+    auto once = MakeParser(codec);
+    ASSERT_EQ(InitWith(*once, e.sample, std::string(e.config) + " frames=0").substr(0, 2), "0 ");
+    const uint32_t pass = static_cast<uint32_t>(once->frameOffsetTable().size());
+
+    auto endless = MakeParser(codec);
+    ASSERT_EQ(InitWith(*endless, e.sample, std::string(e.config) + " frames=4294967295"),
+              "0 Total Parsed Frames = 0");
+    EXPECT_EQ(endless->IndexedFrames(), 0xFFFFFFFFull);
+    EXPECT_LT(endless->frameOffsetTable().size(), 2u * 100000 + 2 * pass);
+
+    // Frame k repeats file frame (k - 1) % pass + 1; after an exact seek the
+    // buffer first carries the codec config of every frame before k.
+    for (uint32_t k : {0xFFFFFFFFu, 0xFFFFFFFEu, 3000000001u, 200003u}) {
+        SCOPED_TRACE("frame " + std::to_string(k));
+        const uint32_t same = (k - 1) % pass + 1;
+        uint32_t configPerPass = 0;
+        for (uint32_t f = 1; f <= pass; ++f) {
+            for (const FrameInfo& unit : Units(*once, f)) {
+                if (unit.mFrameType != StreamParserCompressed::FRAME_TYPE_CODEC_CONFIG) continue;
+                configPerPass += static_cast<uint32_t>(unit.mLength);
+            }
+        }
+        std::string expected;
+        for (FrameInfo unit : Units(*once, same)) {
+            unit.mIsLastFrame = 0;  // the scanner rewound there instead
+            expected += DescribeUnit(unit, same) + " ";
+        }
+        ASSERT_EQ(Frame(*endless, k), expected.empty() ? "none" : expected);
+
+        ASSERT_EQ(SeekTo(*endless, 2, k), "seek 0 to " + std::to_string(k));
+        // The first buffer is as long as after a seek to the frame in the file,
+        // plus the codec config of the passes before.
+        auto reference = MakeParser(codec);
+        InitWith(*reference, e.sample, std::string(e.config) + " frames=0");
+        ASSERT_EQ(SeekTo(*reference, 2, same), "seek 0 to " + std::to_string(same));
+        EXPECT_EQ(endless->GetBufferLength(), (k - 1) / pass * configPerPass + reference->GetBufferLength());
+        // With a map offset every read lands at the start: the prelude fits.
+        auto buffer = MakeClientBuffer(1 << 16, 0, 4096);
+        ASSERT_EQ(endless->Process(buffer), TS_OK);
+        EXPECT_EQ(buffer->mTimestamp, uint64_t{k} * 1000000);
+    }
+    // A sync seek far out finds the sync frame of the pass, forward or backward.
+    const std::string found = SeekTo(*endless, 1, 0xFFFFFFF0u);
+    EXPECT_NE(found.find("seek 0 to "), std::string::npos) << found;
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, EndlessTable,
+                         ::testing::Values(Endless{"h264/idr_gop.264", ""}, Endless{"h265/aud_sei.265", "slices"},
+                                           Endless{"vpx/vp8_kf4.ivf", ""}, Endless{"av1/tile_groups.obu", "slices"}),
+                         [](const auto& row) { return std::to_string(row.index); });
+
+}  // namespace
+}  // namespace tessaro::test
+
+namespace tessaro::test {
+namespace {
+
+// Every configuration field at its 32-bit extremes: Init and the first
+// deliveries give a defined result, quickly. Three frames of a scripted input:
+// [config, sync of 2 slices], [non-sync of 2 slices], [sync of 2 slices].
+struct Extreme {
+    const char* config;    // configuration words, see Config()
+    uint32_t seekFrame;    // exact seek before delivering, 0 for none
+    const char* expected;  // "<Init status> <frames indexed> | <buffer> | <buffer> | <buffer>"
+};
+
+void PrintTo(const Extreme& e, std::ostream* os) { *os << e.config << " seek " << e.seekFrame; }
+
+class ConfigExtremes : public ::testing::TestWithParam<Extreme> {};
+
+TEST_P(ConfigExtremes, DefinedResult) {
+    const Extreme& e = GetParam();
+    ScratchDir dir;
+    ScriptedParser parser(dir, {{{1, 4}, {2, 10, 2}}, {{4, 6, 2}}, {{2, 8, 2}}}, e.config);
+    std::string out = std::to_string(parser.Init());
+    out += " " + std::to_string(parser.IndexedFrames());
+    if (e.seekFrame != 0) out += " " + SeekTo(parser, 2, e.seekFrame);
+    for (int call = 0; call < 3; ++call) out += " | " + Deliver(parser);
+    EXPECT_EQ(out, e.expected);
+}
+
+const Extreme kExtremes[] = {
+    {"frames=4294967295", 0, "0 4294967295 | 1:4 2:10 t1 end | 3:6 t2 end | 4:8 t3 end"},
+    {"frames=4294967295 forever", 4294967295u, "0 4294967295 seek 0 to 4294967295 | ERR-1 | ERR-1 | ERR-1"},
+    {"loop=4294967295 repeat=4294967295", 0, "0 3 | 1:4 2:10 t1 end | 3:6 t2 end | 4:8 t3 EOS end"},
+    {"frames=4294967295 repeat=4294967295 loop=4294967295", 4294967294u, "0 4294967295 seek 0 to 4294967294 | ERR-1 | ERR-1 | ERR-1"},
+    {"repeat=4294967295", 0, "0 3 | 1:4 2:10 t1 end | 3:6 t2 end | 4:8 t3 EOS end"},
+    {"super=4294967295", 0, "-1 1 | ERR-3 | ERR-3 | ERR-3"},
+    {"super=4294967295 frames=5", 0, "-1 5 | ERR-3 | ERR-3 | ERR-3"},
+    {"super=0 frames=3", 0, "0 3 | 1:4 2:10 t1 end | 3:6 t2 end | 4:8 t3 EOS end"},
+    {"delivery=4294967295 frames=4294967295", 0, "0 4294967295 | 1:4 2:10 t1 end | 3:6 t2 end | 4:8 t3 end"},
+    {"slices skip=4294967295,0 order=4294967295", 0, "0 3 | ERR-1 | ERR-1 | ERR-1"},
+    {"slices order=2,4294967295", 0, "0 3 | 1:4 2:5 t1 more | ERR-1 | ERR-1"},
+    {"slices frames=4294967295 skip=1,2", 4294967295u, "0 4294967295 seek 0 to 4294967295 | ERR-1 | ERR-1 | ERR-1"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Fields, ConfigExtremes, ::testing::ValuesIn(kExtremes));
+
+}  // namespace
+}  // namespace tessaro::test
