@@ -174,6 +174,8 @@ struct Endless {
     const char* config;
 };
 
+void PrintTo(const Endless& e, std::ostream* os) { *os << e.sample << " " << e.config; }
+
 class EndlessTable : public ::testing::TestWithParam<Endless> {};
 
 TEST_P(EndlessTable, IndexesInProportionToTheFile) {
