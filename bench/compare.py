@@ -1,9 +1,14 @@
 #!/usr/bin/env python3
-"""Interleaved timing of tessaro_bench against cat, GStreamer and FFmpeg.
+"""Interleaved timing of tessaro_bench, its floors, cat, GStreamer and FFmpeg.
 
-usage: compare.py <tessaro_bench> <cache dir> <rounds>
-Wall time of each whole process (start-up included) is measured; the median of
-the rounds is reported, with the driver's own Init+delivery time and peak RSS.
+usage: compare.py <build dir with bench/tessaro_bench, bench/tessaro_floor> <cache dir> <rounds>
+
+For every stream each client pattern (fixed, pool, exact, fresh; see
+bench/ClientPattern.h) is timed beside its floor (bench/Floor.cpp: the same
+client work plus one pread and one pwrite per frame) and beside cat, GStreamer
+and FFmpeg doing the same job. Every round runs every command once, in turn,
+so a slow spell of a shared machine hits them all alike. Wall time of each
+whole process; medians of the rounds. One table of medians and ratios.
 """
 import os
 import shutil
@@ -12,82 +17,40 @@ import subprocess
 import sys
 import time
 
-bench, cache, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3])
+build, cache, rounds = sys.argv[1], sys.argv[2], int(sys.argv[3])
+bench = os.path.join(build, "bench", "tessaro_bench")
+floor = os.path.join(build, "bench", "tessaro_floor")
 have_gst = shutil.which("gst-launch-1.0") is not None
 out_yuv = os.path.join(cache, "out.yuv")
+PATTERNS = ["fixed", "pool", "exact", "fresh"]
+TARGETS = {"floor": 1.3, "raw floor": 1.5, "ffmpeg": 2.5, "gstreamer": 1.5}
 
 
 def path(name):
     return os.path.join(cache, name)
 
 
-def tessaro(*args):
-    return [bench, *args]
-
-
 def ffmpeg(*args):
     return ["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y", *args]
 
 
-def gst(element, name):
-    return ["gst-launch-1.0", "-q", "filesrc", "location=" + path(name), "!", element, "!", "fakesink"]
+def gst(*elements):
+    line = ["gst-launch-1.0", "-q"]
+    for i, element in enumerate(elements):
+        line += ([] if i == 0 else ["!"]) + element.split()
+    return line
 
 
 def cat(name):
     return ["sh", "-c", 'cat "$0" > /dev/null', path(name)]
 
 
-groups = []
-
-
-def group(title, commands, checks, prepare=None):
-    """prepare, if given, runs untimed before every timed command."""
-    groups.append((title, commands, checks, prepare))
-
-
 def fresh_output():
     # Each writer starts from no output file and no dirty pages of the run
-    # before: truncating a 373 MB file that the previous command left in the
-    # page cache costs the next one 0.1-0.3 s, whichever tool it is.
+    # before, whichever tool it is.
     if os.path.exists(out_yuv):
         os.remove(out_yuv)
     os.sync()
-
-
-for codec, name, fmt, parser, key in [
-    ("H.264", "h264_1080p.264", "h264", "h264parse", "Parse/AVC"),
-    ("H.265", "h265_1080p.265", "hevc", "h265parse", "Parse/HEVC"),
-]:
-    cmds = {"cat": cat(name), "ffmpeg": ffmpeg("-f", fmt, "-i", path(name), "-c", "copy", "-f", "null", "-"),
-            "tessaro": tessaro("parse", key, path(name))}
-    if have_gst:
-        cmds["gstreamer"] = gst(parser, name)
-    if os.environ.get("TESSARO_BENCH_REFERENCE") == "1":
-        cmds["tessaro byte-at-a-time"] = tessaro("parse", key, path(name), "--byte-at-a-time")
-    group(f"{codec} 1080p {os.path.getsize(path(name)) / 1e6:.0f} MB", cmds,
-          [("faster GStreamer/FFmpeg", 1.5, "best-other"), ("FFmpeg", 2.5, "ffmpeg"), ("cat", 0.25, "cat")])
-
-for codec, name, key in [("VP9", "vp9_1080p.ivf", "Parse/VPX"), ("AV1", "av1_1080p.ivf", "Parse/AV1")]:
-    group(f"{codec} IVF 1080p {os.path.getsize(path(name)) / 1e6:.0f} MB",
-          {"cat": cat(name), "ffmpeg": ffmpeg("-i", path(name), "-c", "copy", "-f", "null", "-"),
-           "tessaro": tessaro("parse", key, path(name))},
-          [("FFmpeg", 2.0, "ffmpeg")])
-
-group(f"NV12 1080p raw, {os.path.getsize(path('nv12_1080p.yuv')) / 1e6:.0f} MB, padded to 2048x1088 and back",
-      {"ffmpeg": ffmpeg("-f", "rawvideo", "-pix_fmt", "nv12", "-s", "1920x1080", "-i", path("nv12_1080p.yuv"),
-                        "-f", "rawvideo", out_yuv),
-       "tessaro": tessaro("raw", path("nv12_1080p.yuv"), out_yuv, "1920x1080", "2048", "1088")},
-      [("FFmpeg", 1.5, "ffmpeg")], prepare=fresh_output)
-
-group("NV12 1080p pattern, 600 frames",
-      {"tessaro": tessaro("pattern", "1920x1080", "600", "1920", "1080")}, [])
-
-for size in ["100m", "1g", "4g"]:
-    name = f"h264_{size}.264"
-    if os.path.exists(path(name)):
-        group(f"H.264 scaling {os.path.getsize(path(name)) / 1e6:.0f} MB",
-              {"cat": cat(name), "tessaro index": tessaro("parse", "Parse/AVC", path(name), "--index-only"),
-               "tessaro": tessaro("parse", "Parse/AVC", path(name))}, [])
 
 
 def run(cmd):
@@ -99,69 +62,91 @@ def run(cmd):
     return wall, done.stdout
 
 
-def driver_fields(stdout):
+def buffers_of(stdout):
     words = stdout.split()
-    return {words[i]: words[i + 1] for i in range(0, len(words) - 1, 2)}
+    return int(words[words.index("buffers") + 1])
 
+
+# (title, tessaro args without --pattern, floor args after the pattern and
+#  piece count, others, floor target, writes output, frames for the floor)
+streams = []
+for codec, name, fmt, parser in [("H.264", "h264_1080p.264", "h264", "h264parse"),
+                                 ("H.265", "h265_1080p.265", "hevc", "h265parse")]:
+    key = "Parse/AVC" if codec == "H.264" else "Parse/HEVC"
+    others = {"cat": cat(name), "ffmpeg": ffmpeg("-f", fmt, "-i", path(name), "-c", "copy", "-f", "null", "-")}
+    if have_gst:
+        others["gstreamer"] = gst(f"filesrc location={path(name)}", parser, "fakesink")
+    streams.append((f"{codec} 1080p", ["parse", key, path(name)], ["--in", path(name)], others, "floor", False))
+for codec, name, parser in [("VP9", "vp9_1080p.ivf", "vp9parse"), ("AV1", "av1_1080p.ivf", "av1parse")]:
+    key = "Parse/VPX" if codec == "VP9" else "Parse/AV1"
+    others = {"cat": cat(name), "ffmpeg": ffmpeg("-i", path(name), "-c", "copy", "-f", "null", "-")}
+    if have_gst:
+        others["gstreamer"] = gst(f"filesrc location={path(name)}", "ivfparse", parser, "fakesink")
+    streams.append((f"{codec} IVF 1080p", ["parse", key, path(name)], ["--in", path(name)], others, "floor", False))
+nv12 = path("nv12_1080p.yuv")
+raw_others = {"ffmpeg": ffmpeg("-f", "rawvideo", "-pix_fmt", "nv12", "-s", "1920x1080", "-i", nv12,
+                               "-f", "rawvideo", out_yuv)}
+if have_gst:
+    raw_others["gstreamer"] = gst(f"filesrc location={nv12}",
+                                  "rawvideoparse width=1920 height=1080 format=nv12",
+                                  f"filesink location={out_yuv}")
+streams.append(("NV12 1080p reader -> writer, padded to 2048x1088",
+                ["raw", nv12, out_yuv, "1920x1080", "2048", "1088"], ["--in", nv12, "--out", out_yuv],
+                raw_others, "raw floor", True))
+streams.append(("NV12 1080p pattern generator, 600 frames", ["pattern", "1920x1080", "600", "1920", "1080"],
+                ["--piece", str(1920 * 1080 * 3 // 2)], {}, "raw floor", False))
 
 print(f"# {rounds} interleaved rounds, page cache warm, medians of wall time per process\n")
-summary = []  # (group, target, measured ratio, verdict)
-for title, commands, checks, prepare in groups:
-    # warm the page cache and drop the first run
-    for cmd in commands.values():
-        run(cmd)
+rows = []  # (stream, what, median s, ratio text, target text, verdict)
+for title, args, floor_args, others, floor_kind, writes in streams:
+    prepare = fresh_output if writes else None
+    _, stdout = run([bench, *args])  # warms the page cache, counts the frames
+    pieces = buffers_of(stdout)
+    commands = dict(others)
+    for p in PATTERNS:
+        commands[f"tessaro {p}"] = [bench, *args, "--pattern", p]
+        commands[f"floor {p}"] = [floor, p, str(pieces), *floor_args]
     walls = {label: [] for label in commands}
-    last = {}
     for _ in range(rounds):
         for label, cmd in commands.items():
             if prepare:
                 prepare()
-            wall, stdout = run(cmd)
-            walls[label].append(wall)
-            last[label] = stdout
+            walls[label].append(run(cmd)[0])
     med = {label: statistics.median(values) for label, values in walls.items()}
-    print(f"## {title}")
-    for label, value in med.items():
-        extra = ""
-        if label.startswith("tessaro"):
-            f = driver_fields(last[label])
-            extra = (f"  (in process: init {f.get('init_s')} s, total {f.get('total_s')} s, "
-                     f"peak RSS {int(f.get('peak_rss_kib', 0)) // 1024} MiB, "
-                     f"client buffer {int(f.get('client_buffer_kib', 0)) // 1024} MiB, "
-                     f"{f.get('buffers')} buffers)")
-            if title.startswith("NV12 1080p pattern"):
-                frames = int(f.get("buffers", 0))
-                seconds = float(f.get("total_s", 1))
-                extra += f"  {frames / seconds:.0f} frames/s, {frames * 1920 * 1080 * 1.5 / seconds / 1e9:.2f} GB/s"
-        print(f"  {label:28s} {value:8.3f} s{extra}")
-    if "tessaro" in med:
-        ours = med["tessaro"]
-        for what, target, ref in checks:
-            if ref == "best-other":
-                others = [med[k] for k in ("gstreamer", "ffmpeg") if k in med]
-                base = min(others)
-            else:
-                base = med[ref]
-            ratio = base / ours
-            verdict = "met" if ratio >= target else "NOT met"
-            if ref == "cat":
-                print(f"  tessaro / cat = {ours / base:.2f}x (target within 4x: {verdict})")
-                summary.append((title, "within 4x of cat", f"{ours / base:.2f}x of cat", verdict))
-            else:
-                print(f"  {what} / tessaro = {ratio:.2f}x (target {target}x: {verdict})")
-                summary.append((title, f">= {target}x {what}", f"{ratio:.2f}x", verdict))
-    print()
-if summary:
-    print("## Targets\n")
-    print("| stream | target | measured | |")
-    print("|---|---|---|---|")
-    for row in summary:
-        print("| " + " | ".join(row) + " |")
-    print()
+    for label in others:
+        rows.append((title, label, med[label], "", "", ""))
+    for p in PATTERNS:
+        ours = med[f"tessaro {p}"]
+        ratio = ours / med[f"floor {p}"]
+        target = TARGETS[floor_kind]
+        rows.append((title, f"tessaro {p}", ours, f"{ratio:.2f}x its floor ({med[f'floor {p}']:.3f} s)",
+                     f"<= {target}x", "met" if ratio <= target else "NOT met"))
+        for other in ("ffmpeg", "gstreamer"):
+            if other in med and p != "fresh" and floor_kind == "floor":
+                faster = med[other] / ours
+                rows.append((title, f"  {other} / tessaro {p}", ours, f"{faster:.2f}x faster",
+                             f">= {TARGETS[other]}x", "met" if faster >= TARGETS[other] else "NOT met"))
+    print(f"done: {title}", file=sys.stderr)
+
+print("| stream | run | median s | ratio | target | |")
+print("|---|---|---|---|---|---|")
+for title, what, seconds, ratio, target, verdict in rows:
+    print(f"| {title} | {what} | {seconds:.3f} | {ratio} | {target} | {verdict} |")
+if os.path.exists(out_yuv):
+    os.remove(out_yuv)
+
+if os.environ.get("TESSARO_BENCH_SCALING") == "1":
+    print("\n| size | cat | Tessaro index | Tessaro Init + delivery |\n|---|---|---|---|")
+    for size in ["100m", "1g", "4g"]:
+        name = f"h264_{size}.264"
+        if os.path.exists(path(name)):
+            runs = [cat(name), [bench, "parse", "Parse/AVC", path(name), "--index-only"],
+                    [bench, "parse", "Parse/AVC", path(name)]]
+            for cmd in runs:
+                run(cmd)
+            med = [statistics.median(run(cmd)[0] for _ in range(rounds)) for cmd in runs]
+            print(f"| {os.path.getsize(path(name)) / 1e6:.0f} MB | " + " | ".join(f"{m:.3f} s" for m in med) + " |")
 big = path("h264_4g.264")
 if os.path.exists(big):
     # Offsets above 4 GiB: every delivered buffer against the file bytes its units name.
-    _, stdout = run(tessaro("parse", "Parse/AVC", big, "--verify"))
-    print("## 4 GiB check\n  " + stdout.strip().replace("\n", "\n  ") + "\n")
-if os.path.exists(out_yuv):
-    os.remove(out_yuv)
+    print("\n4 GiB check: " + run([bench, "parse", "Parse/AVC", big, "--verify"])[1].strip())

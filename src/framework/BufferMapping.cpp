@@ -1,8 +1,8 @@
-// Buffer::Mapping: the per-call mapping of a client buffer.
+// Buffer::Mapping and PictureMapping: the per-call mappings of a client buffer.
 #include <sys/mman.h>
 #include <sys/stat.h>
 
-#include "tessaro/Buffer.h"
+#include "framework/BufferMemory.h"
 
 namespace tessaro {
 namespace {
@@ -20,20 +20,36 @@ bool DescriptorCoversRange(int fd, uint64_t mapOffset, uint64_t capacity) {
 
 }  // namespace
 
+uint8_t* MapClientMemory(const Buffer& buffer, int extraFlags) {
+    if (buffer.mFd < 0 || buffer.mCapacity == 0) return nullptr;
+    if (buffer.mCapacity > static_cast<uint64_t>(SIZE_MAX)) return nullptr;
+    if (!DescriptorCoversRange(buffer.mFd, buffer.mMapOffset, buffer.mCapacity)) return nullptr;
+    void* address = mmap(nullptr, static_cast<size_t>(buffer.mCapacity), PROT_READ | PROT_WRITE,
+                         MAP_SHARED | extraFlags, buffer.mFd, static_cast<off_t>(buffer.mMapOffset));
+    return address == MAP_FAILED ? nullptr : static_cast<uint8_t*>(address);
+}
+
 Buffer::Mapping::Mapping(const Buffer& buffer) {
     mLength = static_cast<uint32_t>(buffer.mCapacity);
-    if (buffer.mFd < 0 || buffer.mCapacity == 0) return;
-    if (buffer.mCapacity > static_cast<uint64_t>(SIZE_MAX)) return;
-    if (!DescriptorCoversRange(buffer.mFd, buffer.mMapOffset, buffer.mCapacity)) return;
-    void* address = mmap(nullptr, static_cast<size_t>(buffer.mCapacity), PROT_READ | PROT_WRITE,
-                         MAP_SHARED, buffer.mFd, static_cast<off_t>(buffer.mMapOffset));
-    if (address == MAP_FAILED) return;
-    mAddress = static_cast<uint8_t*>(address);
-    mMappedBytes = buffer.mCapacity;
+    mAddress = MapClientMemory(buffer, 0);
+    if (mAddress != nullptr) mMappedBytes = buffer.mCapacity;
 }
 
 Buffer::Mapping::Mapping(const std::shared_ptr<Buffer>& buffer)
     : Mapping(buffer ? *buffer : Buffer{}) {}
+
+PictureMapping::PictureMapping(const Buffer& buffer) {
+#ifdef MAP_POPULATE
+    mAddress = MapClientMemory(buffer, MAP_POPULATE);
+#else
+    mAddress = MapClientMemory(buffer, 0);
+#endif
+    if (mAddress != nullptr) mBytes = buffer.mCapacity;
+}
+
+PictureMapping::~PictureMapping() {
+    if (mAddress != nullptr) munmap(mAddress, static_cast<size_t>(mBytes));
+}
 
 Buffer::Mapping::~Mapping() {
     // Unmap the full length: a capacity of 4 GiB or more would otherwise leave

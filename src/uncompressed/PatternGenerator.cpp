@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "framework/BufferMemory.h"
+
 namespace tessaro {
 
 int32_t PatternGenerator::Init() {
@@ -48,7 +50,7 @@ int32_t PatternGenerator::Process(std::shared_ptr<Buffer> buffer) {
 int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const Buffer::Mapping mapping(*buffer);  // for this call only
+    const PictureMapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     const uint32_t format = mFormat.bufferSize.code;

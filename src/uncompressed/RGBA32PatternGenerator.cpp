@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "framework/BufferMemory.h"
+
 namespace tessaro {
 
 void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue) {
@@ -14,7 +16,7 @@ void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t gre
 int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const Buffer::Mapping mapping(*buffer);  // for this call only
+    const PictureMapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "framework/BufferMemory.h"
+
 namespace tessaro {
 
 namespace {
@@ -149,7 +151,7 @@ int32_t StreamParserUncompressed::ReadfromInputFile(std::shared_ptr<Buffer> buff
     const char* const tag = mFormat.tag;
     __android_log_print(kLogInfo, tag, mFormat.readEntry, static_cast<int>(mBufferSize));
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const Buffer::Mapping mapping(*buffer);  // for this call only
+    const PictureMapping mapping(*buffer);  // for this call only
     uint8_t* const vaddr = mapping.vaddr();
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 

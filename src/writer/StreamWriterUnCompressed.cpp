@@ -1,5 +1,6 @@
 #include "writer/StreamWriterUnCompressed.h"
 
+#include "framework/BufferMemory.h"
 #include "uncompressed/PictureFormat.h"
 
 namespace tessaro {
@@ -78,7 +79,7 @@ int32_t StreamWriterUnCompressed::Process(std::shared_ptr<Buffer> buffer) {
         return TS_ERROR;
     }
 
-    const Buffer::Mapping mapping(*buffer);  // for this call only
+    const PictureMapping mapping(*buffer);  // for this call only
     const uint32_t size = GetBufferLength();
     const ConfigParam& c = mConfigParam;
     TS_LOGI("mConfigParam.mPixFormat:0x%x Width:%u Height:%u Stride:%u Scanlines:%u Size:0x%x",

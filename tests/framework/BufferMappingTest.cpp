@@ -2,6 +2,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "framework/BufferMemory.h"
 #include "support/ClientBuffer.h"
 #include "tessaro/Buffer.h"
 
@@ -20,7 +21,12 @@ TEST(BufferMapping, MapsTheWholeCapacityFromTheMapOffset) {
             ASSERT_NE(mapping.vaddr(), nullptr);
             EXPECT_EQ(mapping.length(), 8192u);
             mapping.vaddr()[0] = 0xAB;
-            mapping.vaddr()[8191] = 0xCD;
+        }
+        {
+            PictureMapping picture(*buffer);  // the same memory, pages present at once
+            ASSERT_NE(picture.vaddr(), nullptr);
+            EXPECT_EQ(picture.vaddr()[0], 0xAB);
+            picture.vaddr()[8191] = 0xCD;
         }
         uint8_t bytes[2] = {};
         ASSERT_EQ(pread(buffer->mFd, &bytes[0], 1, offset), 1);
@@ -31,25 +37,34 @@ TEST(BufferMapping, MapsTheWholeCapacityFromTheMapOffset) {
 }
 
 // A mapping that cannot be made, or that would fault on access, comes back
-// null instead of as MAP_FAILED or a mapping past the end of the memory.
+// null instead of as MAP_FAILED or a mapping past the end of the memory; the
+// picture mapping refuses exactly the same buffers.
 TEST(BufferMapping, UnmappableBuffersGiveNull) {
     Buffer invalid{};
     invalid.mCapacity = 4096;
-    EXPECT_EQ(Buffer::Mapping(invalid).vaddr(), nullptr) << "descriptor -1";
     auto zero = MakeClientBuffer(4096);
     zero->mCapacity = 0;
-    EXPECT_EQ(Buffer::Mapping(zero).vaddr(), nullptr) << "capacity 0";
     auto tooSmall = MakeClientBuffer(4096);
     tooSmall->mCapacity = 3 * 4096;
-    EXPECT_EQ(Buffer::Mapping(tooSmall).vaddr(), nullptr) << "memory smaller than capacity";
     auto badOffset = MakeClientBuffer(4096);
     badOffset->mMapOffset = 4096;
-    EXPECT_EQ(Buffer::Mapping(badOffset).vaddr(), nullptr) << "offset + capacity past the end";
     Buffer closed{};
     closed.mFd = memfd_create("closed", 0);
     closed.mCapacity = 4096;
     close(closed.mFd);
-    EXPECT_EQ(Buffer::Mapping(closed).vaddr(), nullptr) << "closed descriptor";
+    const struct {
+        const char* name;
+        Buffer buffer;
+    } cases[] = {{"descriptor -1", invalid},
+                 {"capacity 0", *zero},
+                 {"memory smaller than capacity", *tooSmall},
+                 {"offset + capacity past the end", *badOffset},
+                 {"closed descriptor", closed}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(Buffer::Mapping(c.buffer).vaddr(), nullptr);
+        EXPECT_EQ(PictureMapping(c.buffer).vaddr(), nullptr);
+    }
     EXPECT_EQ(Buffer::Mapping(std::shared_ptr<Buffer>()).vaddr(), nullptr) << "null buffer";
 }
 
