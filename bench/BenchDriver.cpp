@@ -10,6 +10,8 @@
 //   tessaro_bench pattern <W>x<H> <frames> <stride> <scanlines>
 //       Pattern/NV12 frames into a graphic buffer.
 //
+// --staged: units travel through the staging block instead of the pipe, as on
+// a kernel that refuses to splice.
 // --pattern fixed|pool|exact|fresh picks how the client hands buffers over
 // (ClientPattern.h; fixed when not given). exact and fresh ask the producer's
 // GetBufferLength() before every call, as such a client must.
@@ -34,6 +36,7 @@
 #include "ClientPattern.h"
 #include "compressed/ByteSource.h"
 #include "compressed/StreamParserCompressed.h"
+#include "framework/ClientBufferIo.h"
 #include "tessaro/Tessaro.h"
 
 namespace {
@@ -130,13 +133,14 @@ int Drain(tessaro::TessaroInterface& producer, tessaro::TessaroInterface* writer
 int main(int argc, char** argv) {
     if (argc < 3) {
         std::fprintf(stderr,
-                     "usage: tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only] [--verify]\n"
+                     "usage: tessaro_bench parse <key> <input> [--byte-at-a-time] [--log] [--index-only] [--verify] [--staged]\n"
                      "       tessaro_bench raw <in> <out> <W>x<H> <stride> <scanlines>\n"
                      "       tessaro_bench pattern <W>x<H> <frames> <stride> <scanlines>\n");
         return 2;
     }
     if (!HasFlag(argc, argv, "--log")) __android_log_set_minimum_priority(ANDROID_LOG_SILENT);
     if (HasFlag(argc, argv, "--byte-at-a-time")) tessaro::ByteSource::SetShortcuts(false);
+    if (HasFlag(argc, argv, "--staged")) tessaro::ClientBufferIo::SetSplice(false);
 
     const std::string mode = argv[1];
     auto factory = tessaro::TessaroFactory::getInstance();

@@ -134,3 +134,19 @@ for title, what, seconds, ratio, target, verdict in rows:
     print(f"| {title} | {what} | {seconds:.3f} | {ratio} | {target} | {verdict} |")
 if os.path.exists(out_yuv):
     os.remove(out_yuv)
+
+if os.environ.get("TESSARO_BENCH_SCALING") == "1":
+    print("\n| size | cat | Tessaro index | Tessaro Init + delivery |\n|---|---|---|---|")
+    for size in ["100m", "1g", "4g"]:
+        name = f"h264_{size}.264"
+        if os.path.exists(path(name)):
+            runs = [cat(name), [bench, "parse", "Parse/AVC", path(name), "--index-only"],
+                    [bench, "parse", "Parse/AVC", path(name)]]
+            for cmd in runs:
+                run(cmd)
+            med = [statistics.median(run(cmd)[0] for _ in range(rounds)) for cmd in runs]
+            print(f"| {os.path.getsize(path(name)) / 1e6:.0f} MB | " + " | ".join(f"{m:.3f} s" for m in med) + " |")
+big = path("h264_4g.264")
+if os.path.exists(big):
+    # Offsets above 4 GiB: every delivered buffer against the file bytes its units name.
+    print("\n4 GiB check: " + run([bench, "parse", "Parse/AVC", big, "--verify"])[1].strip())

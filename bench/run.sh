@@ -16,6 +16,6 @@ cache=$here/cache
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTESSARO_BUILD_BENCH=ON \
     -DTESSARO_BUILD_TESTS=OFF -DTESSARO_BUILD_TOOLS=OFF > /dev/null
 cmake --build "$build" -j2 --target tessaro_bench tessaro_floor > /dev/null
-"$here/make_streams.sh" "$cache" > /dev/null
+"$here/make_streams.sh" "$cache" > /dev/null  # TESSARO_BENCH_4G=1: also the ~4.4 GB stream
 
 exec python3 "$here/compare.py" "$build" "$cache" "$rounds"

@@ -126,11 +126,12 @@ void StreamParserCompressed::SkipRepeatedPasses(IndexCursor& at) {
     if ((at.call - r.passStart) % r.passCalls != 0) return;
 
     // Calls of frames below mFrames rewind at the end of the file, and no limit
-    // ends the loop before the last call of frame `end`.
+    // ends the loop before the last call of frame `end`; that call is made, so
+    // that the limits are checked after it as usual.
     uint64_t end = config.mFrames - 1;
     if (config.mLoopFrames != 0) end = std::min<uint64_t>(end, config.mLoopFrames);
     if (config.mRepeatInterval != 0) end = std::min<uint64_t>(end, config.mRepeatInterval);
-    const uint64_t limitCall = std::min(end * r.superFrame, RegimeEnd(r.passStart));  // below 2^64
+    const uint64_t limitCall = std::min(end * r.superFrame - 1, RegimeEnd(r.passStart));  // below 2^64
     if (limitCall <= at.call) return;
     const uint64_t passes = (limitCall - at.call) / r.passCalls;
     if (passes == 0) return;

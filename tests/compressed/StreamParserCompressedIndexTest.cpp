@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <cstdlib>
+#include <random>
 #include <sstream>
 
 #include "ScannerTestSupport.h"
@@ -172,6 +174,8 @@ struct Endless {
     const char* config;
 };
 
+void PrintTo(const Endless& e, std::ostream* os) { *os << e.sample << " " << e.config; }
+
 class EndlessTable : public ::testing::TestWithParam<Endless> {};
 
 TEST_P(EndlessTable, IndexesInProportionToTheFile) {
@@ -274,6 +278,63 @@ const Extreme kExtremes[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Fields, ConfigExtremes, ::testing::ValuesIn(kExtremes));
+
+}  // namespace
+}  // namespace tessaro::test
+
+namespace tessaro::test {
+namespace {
+
+// A scripted parser whose full-table limit is lowered.
+class LimitedScript : public ScriptedParser {
+public:
+    LimitedScript(const ScratchDir& dir, std::vector<FrameDef> frames, const std::string& config, uint32_t limit)
+        : ScriptedParser(dir, std::move(frames), config) {
+        mFullTableFrames = limit;
+    }
+};
+
+// Random scripts and configurations (fixed seed): a parser that rebuilds
+// repeated passes answers every lookup, delivery, length and seek as one that
+// stores them all.
+TEST(RebuiltFramesProperty, RandomScriptsAndConfigurations) {
+    std::mt19937 random(20261124);
+    auto pick = [&random](uint32_t lo, uint32_t hi) { return std::uniform_int_distribution<uint32_t>(lo, hi)(random); };
+    ScratchDir dir;
+    const char* rounds = std::getenv("TESSARO_REBUILT_ROUNDS");  // more for a longer search
+    for (int round = 0; round < (rounds != nullptr ? std::atoi(rounds) : 300); ++round) {
+        std::vector<FrameDef> script(pick(1, 5));
+        for (FrameDef& frame : script) {
+            if (pick(0, 2) == 0) frame.push_back({1, pick(0, 5)});
+            frame.push_back({pick(0, 1) ? 2u : 4u, pick(0, 9), pick(0, 3)});
+        }
+        std::string config = "frames=" + std::to_string(pick(2, 60)) + " super=" + std::to_string(pick(1, 3));
+        if (pick(0, 3) == 0) config += " loop=" + std::to_string(pick(1, 50));
+        if (pick(0, 3) == 0) config += " repeat=" + std::to_string(pick(1, 50));
+        if (pick(0, 1) == 0) config += " slices";
+        if (pick(0, 3) == 0) config += " delivery=1";
+        if (pick(0, 3) == 0) config += " forever";
+        if (pick(0, 4) == 0) config += " skip=" + std::to_string(pick(1, 3));
+        if (pick(0, 4) == 0) config += " order=2,1,3";
+        const uint32_t limit = pick(1, 6);
+        const uint32_t seekMode = pick(0, 2);
+        const uint32_t seekFrame = pick(1, 70);
+        SCOPED_TRACE("round " + std::to_string(round) + ": " + config + " limit " + std::to_string(limit) +
+                     " seek " + std::to_string(seekMode) + "/" + std::to_string(seekFrame));
+        ScriptedParser full(dir, script, config);
+        LimitedScript limited(dir, script, config, limit);
+        ASSERT_EQ(limited.Init(), full.Init());
+        ASSERT_EQ(limited.IndexedFrames(), full.frameOffsetTable().size());
+        for (uint32_t f = 0; f <= full.frameOffsetTable().size() + 1; ++f) ASSERT_EQ(Frame(limited, f), Frame(full, f));
+        for (int call = 0; call < 12; ++call) {
+            if (seekMode != 0 && call == 3) {
+                ASSERT_EQ(SeekTo(limited, seekMode, seekFrame), SeekTo(full, seekMode, seekFrame));
+            }
+            ASSERT_EQ(limited.GetBufferLength(), full.GetBufferLength());
+            ASSERT_EQ(Deliver(limited, call % 2 ? 4096 : 40), Deliver(full, call % 2 ? 4096 : 40)) << "call " << call;
+        }
+    }
+}
 
 }  // namespace
 }  // namespace tessaro::test

@@ -1,15 +1,14 @@
 // The tessaro program end to end: what a user sees for each command line
 // (tests/data/tools/runs.txt), golden outputs, and what it delivers judged by
-// the input itself and by ffmpeg/ffprobe.
+// the input itself and by ffmpeg.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <map>
 #include <regex>
 #include <sstream>
 
 #include "core/Md5.h"
+#include "core/Probe.h"
 #include "support/Probe.h"
 #include "support/TestPaths.h"
 
@@ -20,12 +19,15 @@ namespace {
 #ifndef TESSARO_TOOL_LAUNCHER
 #define TESSARO_TOOL_LAUNCHER ""
 #endif
-
 const std::string kData = TESSARO_TEST_DATA_DIR;
 
 struct Result {
     int status;
     std::string out, err;
+};
+struct RunRow {
+    int status;
+    std::string args, err;
 };
 
 std::string Replace(std::string text, const std::string& from, const std::string& to) {
@@ -36,8 +38,7 @@ std::string Replace(std::string text, const std::string& from, const std::string
 Result Tool(const std::string& args, const std::string& prefix = "") {
     ScratchDir dir;
     Result r;
-    const std::string command = prefix + TESSARO_TOOL_LAUNCHER " " TESSARO_TOOL " " + args;
-    r.status = RunCommand(command + " 2>" + dir.File("err"), &r.out);
+    r.status = RunCommand(prefix + TESSARO_TOOL_LAUNCHER " " TESSARO_TOOL " " + args + " 2>" + dir.File("err"), &r.out);
     r.err = ReadFile(dir.File("err"));
     return r;
 }
@@ -49,23 +50,13 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
-struct RunRow {
-    int status;
-    std::string args, err;
-};
-
-std::string Trim(const std::string& text) {
-    const size_t from = text.find_first_not_of(' '), to = text.find_last_not_of(' ');
-    return from == std::string::npos ? "" : text.substr(from, to - from + 1);
-}
-
 // Rows "status | arguments | stderr" (the stderr pattern may hold '|').
 std::vector<RunRow> RunRows() {
     std::vector<RunRow> rows;
+    const std::regex row(R"((\d+) *\| *(.*?) *\| *(.*))");
+    std::smatch m;
     for (const auto& line : Lines(ReadFile(DataPath("tools/runs.txt")))) {
-        if (line.empty() || line[0] == '#') continue;
-        const size_t a = line.find('|'), b = line.find('|', a + 1);
-        rows.push_back({std::stoi(line.substr(0, a)), Trim(line.substr(a + 1, b - a - 1)), Trim(line.substr(b + 1))});
+        if (std::regex_match(line, m, row)) rows.push_back({std::stoi(m[1]), m[2], m[3]});
     }
     return rows;
 }
@@ -91,17 +82,21 @@ TEST(Tool, OutputsMatchTheGoldenFiles) {
     } cases[] = {
         {"index $DATA/h264/idr_gop.264 -v", "tools/idr_gop.264.index"},
         {"index --json -k Parse/HEVC $DATA/h265/two_slices.265 -v", "tools/two_slices.265.json"},
+        {"index $DATA/tools/false_start_code.264 -v", "tools/false_start_code.264.index"},
         {"run Parse/AVC -i $DATA/h264/idr_gop.264 --md5 -q", "tools/idr_gop.264.md5"},
         {"run Pattern/NV12 --size 64x48 --frames 2 --interlaced --md5 -q", "tools/pattern_64x48.md5"},
+        {"list", "tools/list.txt"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args);
         const Result r = Tool(Replace(c.args, "$DATA", kData));
         EXPECT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(Replace(r.out, kData, "$DATA"), ReadFile(DataPath(c.golden)));
+        std::string golden = ReadFile(DataPath(c.golden));
+#ifndef TESSARO_HAVE_CONTAINER
+        golden = std::regex_replace(golden, std::regex("Parse/Container.*\n"), "");
+#endif
+        EXPECT_EQ(Replace(r.out, kData, "$DATA"), golden);
     }
-    const Result list = Tool("list");
-    EXPECT_EQ(list.out, ReadFile(DataPath("tools/list.txt")));
     for (const char* args : {"--help", "help", "help run", "help list", "help index", "run -h", "index --help"}) {
         EXPECT_EQ(Tool(args).out.rfind("usage: tessaro", 0), 0u) << args;
     }
@@ -124,8 +119,8 @@ TEST(Tool, Md5LinesDescribeTheDeliveredBytes) {
     for (const char* sample : {"vpx/vp9_kf4.ivf", "vpx/vp8_kf4.ivf", "av1/kf4.ivf", "h264/four_slices_bframes.264"}) {
         SCOPED_TRACE(sample);
         ScratchDir dir;
-        const Result r = Tool(std::string("run ") + (sample[0] == 'h' ? "Parse/AVC" : sample[0] == 'a' ? "Parse/AV1" : "Parse/VPX") +
-                              " -i " + DataPath(sample) + " --md5 -q --dump " + dir.File("dump"));
+        const Result r = Tool("run " + cli::GuessCompressedKey(DataPath(sample)) + " -i " + DataPath(sample) +
+                              " --md5 -q --dump " + dir.File("dump"));
         ASSERT_EQ(r.status, 0) << r.err;
         const std::string dump = ReadFile(dir.File("dump"));
         size_t at = 0;
@@ -164,15 +159,14 @@ TEST(Tool, RoundTripsGiveTheInputBack) {
         const std::string input = DataPath(c.input), output = dir.File(c.output);
         const Result r = Tool(std::string("run ") + c.args + " -i " + input + " -o " + output + " -q");
         ASSERT_EQ(r.status, 0) << r.err;
-        if (std::string(c.output) != "out.ivf") {
-            EXPECT_TRUE(ReadFile(output) == ReadFile(input));
-        } else if (HaveTool("ffmpeg")) {
-            std::string a, b;
-            RunCommand("ffmpeg -v error -i " + input + " -f framemd5 -", &a);
-            RunCommand("ffmpeg -v error -i " + output + " -f framemd5 -", &b);
-            EXPECT_EQ(Column(a, 4), Column(b, 4));
-            EXPECT_EQ(Column(a, 4).size(), 10u);
-        }
+        const bool ivf = std::string(c.output) == "out.ivf";  // the rest: byte for byte
+        EXPECT_TRUE(ivf || ReadFile(output) == ReadFile(input));
+        if (!ivf || !HaveTool("ffmpeg")) continue;
+        std::string a, b;
+        RunCommand("ffmpeg -v error -i " + input + " -f framemd5 -", &a);
+        RunCommand("ffmpeg -v error -i " + output + " -f framemd5 -", &b);
+        EXPECT_EQ(Column(a, 4), Column(b, 4));
+        EXPECT_EQ(Column(a, 4).size(), 10u);
     }
 }
 
@@ -180,22 +174,18 @@ TEST(Tool, RoundTripsGiveTheInputBack) {
 // the tool gives by default: one solid rectangle per picture, clockwise.
 TEST(Tool, PatternPicturesHoldTheMovingBlock) {
     ScratchDir dir;
-    const Result r = Tool("run Pattern/NV12 --size 176x144 --frames 4 -q -o " + dir.File("p.yuv"));
-    ASSERT_EQ(r.status, 0) << r.err;
+    ASSERT_EQ(Tool("run Pattern/NV12 --size 176x144 --frames 4 -q -o " + dir.File("p.yuv")).status, 0);
     const std::string p = ReadFile(dir.File("p.yuv"));
     const size_t w = 176, h = 144, picture = w * h * 3 / 2;
     ASSERT_EQ(p.size(), 4 * picture);
     const size_t corners[4][2] = {{88, 0}, {88, 72}, {0, 72}, {0, 0}};  // pictures 1..4: phases 1, 2, 3, 0
     for (size_t i = 0; i < 4; ++i) {
-        for (size_t y = 0; y < h; ++y) {
-            for (size_t x = 0; x < w; ++x) {
-                const bool inside = x - corners[i][0] < w / 2 && y - corners[i][1] < h / 2;
-                ASSERT_EQ(uint8_t(p[i * picture + y * w + x]), inside ? 120 : 0) << i << ": " << x << "," << y;
-            }
+        for (size_t y = 0, x = 0; y < h; x = (x + 1) % w, y += x == 0) {
+            const bool inside = x - corners[i][0] < w / 2 && y - corners[i][1] < h / 2;
+            ASSERT_EQ(uint8_t(p[i * picture + y * w + x]), inside ? 120 : 0) << i << ": " << x << "," << y;
         }
         const std::string chroma = p.substr(i * picture + w * h, w * h / 2);
-        EXPECT_EQ(std::count(chroma.begin(), chroma.end(), char(160)), long(w * h / 16)) << i;
-        EXPECT_EQ(std::count(chroma.begin(), chroma.end(), char(200)), long(w * h / 16)) << i;
+        for (char value : {char(160), char(200)}) EXPECT_EQ(std::count(chroma.begin(), chroma.end(), value), long(w * h / 16)) << i;
     }
 }
 
@@ -207,38 +197,7 @@ TEST(Tool, InterruptClosesOutputsAndReportsThePartialRun) {
     EXPECT_TRUE(std::regex_match(r.err, std::regex("Pattern/NV12: (\\d+) buffers, \\1 frames, \\d+ bytes, interrupted, .*\n")))
         << r.err;
     const std::string md5 = ReadFile(dir.File("md5"));
-    ASSERT_FALSE(md5.empty());
-    EXPECT_EQ(md5.back(), '\n');
-}
-
-TEST(Tool, IndexAgreesWithFfprobePackets) {
-    if (!HaveTool("ffprobe")) GTEST_SKIP() << "ffprobe is not installed";
-    for (const char* name : {"single_slice.264", "four_slices_bframes.264", "aud.264", "idr_gop.264"}) {
-        const std::string path = DataPath(std::string("h264/") + name);
-        SCOPED_TRACE(path);
-        const Result r = Tool("index " + path);
-        ASSERT_EQ(r.status, 0) << r.err;
-        std::map<uint64_t, std::pair<uint64_t, uint64_t>> frames;  // frame -> byte range of its units
-        for (const auto& line : Lines(r.out)) {
-            uint64_t frame, unit, offset, length;
-            if (std::sscanf(line.c_str(), "%lu %lu %lu %lu", &frame, &unit, &offset, &length) != 4) continue;
-            auto [entry, added] = frames.emplace(frame, std::make_pair(offset, offset + length));
-            entry->second = {std::min(entry->second.first, offset), std::max(entry->second.second, offset + length)};
-        }
-        std::string probe;
-        ASSERT_EQ(RunCommand("ffprobe -v error -show_entries packet=pos,size -of csv=p=0 " + path, &probe), 0);
-        const auto packets = Lines(probe);
-        ASSERT_EQ(frames.size(), packets.size());
-        size_t i = 0;
-        for (const auto& [frame, range] : frames) {
-            uint64_t size, pos;
-            std::sscanf(packets[i].c_str(), "%lu,%lu", &size, &pos);
-            // A delimiter or SEI ahead of the first parameter set has no unit
-            // of its own; from the second frame on, the frames tile the file.
-            EXPECT_TRUE(i++ == 0 ? range.first >= pos : range.first == pos) << frame;
-            EXPECT_EQ(range.second, pos + size) << frame;
-        }
-    }
+    EXPECT_EQ(md5.empty() ? '?' : md5.back(), '\n') << "every line written whole";
 }
 
 }  // namespace

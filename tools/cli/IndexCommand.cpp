@@ -11,6 +11,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Reporter.h"
+#include "cli/RunInput.h"
 #include "core/Args.h"
 #include "core/Keys.h"
 #include "core/Probe.h"
@@ -115,6 +116,7 @@ int IndexCommand(const std::vector<std::string>& argv) {
     }
     LogRouter router(args.Has("log"));
     const Reporter report(router, false);
+    if (const int status = CheckInputName(key, path, report); status != 0) return status;
     auto parser = TessaroFactory::getInstance()->getProcessorInstance(key);
     if (!parser) return report.Error("the library has no parser for " + key);
     ConfigParam config = IndexConfig(args, path);

@@ -70,10 +70,17 @@ int PlanIvf(const RunOptions& o, Framing input, const Reporter& report, IvfFrami
 
 }  // namespace
 
+int CheckInputName(const std::string& key, const std::string& path, const Reporter& report) {
+    if (key != "Parse/VPX" || path.find('.') != std::string::npos) return 0;
+    return report.Error(key + " takes the text after the last '.' of the input name and throws without one: "
+                        "give " + path + " an extension such as .ivf");
+}
+
 int CheckInput(const RunOptions& o, const Reporter& report, IvfFraming* framing) {
     if (o.family == ProcessorFamily::Pattern) return 0;
     const std::string& path = o.config.mInputFileName;
     if (const int status = CheckReadable(path, report); status != 0) return status;
+    if (const int status = CheckInputName(o.key, path, report); status != 0) return status;
     if (o.family != ProcessorFamily::Compressed && o.family != ProcessorFamily::Container) return 0;
     const Framing input = o.family == ProcessorFamily::Compressed ? SniffFile(path) : Framing::Unknown;
     if (o.family == ProcessorFamily::Compressed) {

@@ -18,6 +18,10 @@ namespace tessaro::cli {
 // another codec (unless --force), 2 for an output framing that cannot hold it.
 int CheckInput(const RunOptions& options, const Reporter& report, IvfFraming* framing);
 
+// 0, or 1 after one line for an input name the key's parser cannot take
+// ("Parse/VPX" throws on a name without a '.').
+int CheckInputName(const std::string& key, const std::string& path, const Reporter& report);
+
 // Frames the run is expected to deliver, known after Init; 0 when unknown.
 uint64_t ExpectedFrames(const TessaroInterface& producer, const RunOptions& options);
 

@@ -1,5 +1,6 @@
 // tessaro: runs the library's processors from the command line.
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,9 @@ int main(int argc, char** argv) {
         }
     } catch (const UsageError& error) {
         return Usage(error.what());
+    } catch (const std::exception& error) {  // the library's own exceptions (a standard container's)
+        std::fprintf(stderr, "tessaro: the library threw: %s\n", error.what());
+        return 1;
     }
     return Usage("no command '" + command + "' (tessaro --help lists them)");
 }
