@@ -4,8 +4,6 @@
 
 #include <cstring>
 
-#include "framework/BufferMemory.h"
-
 namespace tessaro {
 
 int32_t PatternGenerator::Init() {

@@ -4,9 +4,6 @@
 // be set: its buffer is the last. DeInit and Seek are the reader base's.
 #pragma once
 
-#include <cstdint>
-#include <memory>
-
 #include "uncompressed/StreamParserUncompressed.h"
 
 namespace tessaro {

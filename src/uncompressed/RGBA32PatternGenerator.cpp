@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "framework/BufferMemory.h"
-
 namespace tessaro {
 
 void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t green, uint16_t blue) {

@@ -2,8 +2,6 @@
 
 #include <cmath>
 
-#include "framework/BufferMemory.h"
-
 namespace tessaro {
 
 namespace {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "compressed/ByteSource.h"
+#include "framework/BufferMemory.h"
 #include "framework/TessaroImpl.h"
 #include "uncompressed/PictureFormat.h"
 
