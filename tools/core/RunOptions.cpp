@@ -58,19 +58,8 @@ void SetIf(const ParsedArgs& args, const std::string& name, uint32_t& field) {
     if (args.Has(name)) field = ParseU32("--" + name, args.Value(name));
 }
 
-}  // namespace
-
-RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
-    const ParsedArgs args = ParseArgs(RunOptionSpecs(), argv);
-    RunOptions o;
-    if (args.positional().empty()) throw UsageError("run needs a key, e.g. tessaro run Parse/AVC -i in.264");
-    if (args.positional().size() > 1) throw UsageError("unexpected argument '" + args.positional()[1] + "'");
-    o.key = args.positional()[0];
-    const ProcessorKeyInfo* info = FindKey(o.key);
-    if (info == nullptr) throw UsageError("unknown key '" + o.key + "' (tessaro list shows the keys)");
-    if (info->family == ProcessorFamily::Writer) throw UsageError(o.key + " is a writer; run takes a parser or generator (use -o)");
-    o.family = info->family;
-
+// The producer's ConfigParam, one flag per field, in the record's terms.
+void ParseConfig(const ParsedArgs& args, RunOptions& o) {
     ConfigParam& c = o.config;
     c.mInputFileName = args.Value("input");
     if (o.family == ProcessorFamily::Pattern && !c.mInputFileName.empty()) {
@@ -117,18 +106,25 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     c.mFlagA = args.Has("flag-a");
     c.mFlagC = args.Has("flag-c");
     if (args.Has("name")) c.mName = args.Value("name");
+}
 
+// Where the delivered buffers go (-o through a writer, --dump).
+void ParseOutputs(const ParsedArgs& args, const ProcessorKeyInfo& info, RunOptions& o) {
+    const ConfigParam& c = o.config;
     o.outputPath = args.Value("output");
     o.writerKey = args.Value("writer", MatchingWriter(o.family));
     const ProcessorKeyInfo* writer = FindKey(o.writerKey);
     if (writer == nullptr || writer->family != ProcessorFamily::Writer) throw UsageError("--writer: '" + o.writerKey + "' is not a writer key");
     if (!o.outputPath.empty() && o.writerKey == "Write/UnCompressed") {
-        o.writerPixFormat = c.mPixFormat != 255 ? c.mPixFormat : info->pixFormat;
+        o.writerPixFormat = c.mPixFormat != 255 ? c.mPixFormat : info.pixFormat;
         if (o.writerPixFormat == 0) throw UsageError("the raw writer has no format for " + o.key + "; give --pix-format");
         if (c.mWidth == 0 || c.mHeight == 0) throw UsageError("-o with raw pictures needs --size");
     }
     o.dumpPath = args.Value("dump");
+}
 
+// The seek issued during the run.
+void ParseSeek(const ParsedArgs& args, RunOptions& o) {
     if (args.Has("seek")) {
         o.seek = true;
         o.seekFrame = ParseU32("--seek", args.Value("seek"));
@@ -140,7 +136,11 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     } else if (args.Has("seek-mode") || args.Has("seek-after")) {
         throw UsageError("--seek-mode and --seek-after go with --seek N");
     }
+}
 
+// How buffers are made and what the run reports.
+void ParseRunControls(const ParsedArgs& args, RunOptions& o) {
+    const ConfigParam& c = o.config;
     if (args.Has("max-buffers")) o.maxBuffers = ParseU32("--max-buffers", args.Value("max-buffers"));
     if (c.mLoopForever && o.maxBuffers == 0) throw UsageError("--loop-forever never ends by itself; add --max-buffers N");
     if (args.Has("capacity")) o.capacity = ParseU32("--capacity", args.Value("capacity"));
@@ -159,6 +159,24 @@ RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
     o.force = args.Has("force");
     if (args.Has("progress")) o.progress = 1;
     if (args.Has("no-progress")) o.progress = 0;
+}
+
+}  // namespace
+
+RunOptions ParseRunOptions(const std::vector<std::string>& argv) {
+    const ParsedArgs args = ParseArgs(RunOptionSpecs(), argv);
+    RunOptions o;
+    if (args.positional().empty()) throw UsageError("run needs a key, e.g. tessaro run Parse/AVC -i in.264");
+    if (args.positional().size() > 1) throw UsageError("unexpected argument '" + args.positional()[1] + "'");
+    o.key = args.positional()[0];
+    const ProcessorKeyInfo* info = FindKey(o.key);
+    if (info == nullptr) throw UsageError("unknown key '" + o.key + "' (tessaro list shows the keys)");
+    if (info->family == ProcessorFamily::Writer) throw UsageError(o.key + " is a writer; run takes a parser or generator (use -o)");
+    o.family = info->family;
+    ParseConfig(args, o);
+    ParseOutputs(args, *info, o);
+    ParseSeek(args, o);
+    ParseRunControls(args, o);
     return o;
 }
 
