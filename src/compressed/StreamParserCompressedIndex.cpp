@@ -86,6 +86,12 @@ uint64_t StreamParserCompressed::RegimeEnd(uint64_t call) const {
 
 void StreamParserCompressed::TrackPasses(const IndexCursor& at) {
     RepeatedPass& r = mRepeats;
+    // A reference pass of frame 1 says nothing about the calls after frame 1.
+    if (r.passCalls != 0 && !r.skipped && RegimeEnd(r.passStart) != RegimeEnd(at.call)) {
+        r.started = false;
+        r.passCalls = 0;
+        r.droppedCalls.clear();
+    }
     // Only an indexing that may pass the full-table limits needs passes.
     const uint64_t frames = mConfigParam.mFrames;
     if (r.passCalls != 0 || (frames <= mFullTableFrames && frames * r.superFrame <= 4ull * mFullTableFrames)) {
