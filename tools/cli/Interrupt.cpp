@@ -14,7 +14,9 @@ void OnInterrupt(int) { gInterrupted = 1; }
 void CatchInterrupt() {
     struct sigaction action {};
     action.sa_handler = OnInterrupt;
-    action.sa_flags = SA_RESETHAND;  // a second Ctrl-C takes the default action
+    // A second Ctrl-C takes the default action. Interrupted writes restart: an
+    // output stream would otherwise drop what it was writing when the signal came.
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
 }
