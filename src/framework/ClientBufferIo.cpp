@@ -69,7 +69,7 @@ uint64_t ClientBufferIo::Splice(const Buffer& buffer, uint64_t at, const File& f
         const ssize_t in = splice(file.fd(), &from, mPipe[1], nullptr, want, 0);
         if (in < 0 && errno == EINTR) continue;
         if (in <= 0) {  // the file ended, or the kernel will not splice it
-            *refused = in < 0 && done == 0 && (errno == EINVAL || errno == ENOSYS);
+            *refused = in < 0 && done == 0;
             break;
         }
         uint64_t left = static_cast<uint64_t>(in);
@@ -77,9 +77,11 @@ uint64_t ClientBufferIo::Splice(const Buffer& buffer, uint64_t at, const File& f
             const ssize_t out = splice(mPipe[0], nullptr, buffer.mFd, &to, left, 0);
             if (out < 0 && errno == EINTR) continue;
             if (out <= 0) {
-                // What stays in the pipe would land in the next buffer: drop the pipe.
-                *refused = out < 0 && done == 0 && left == static_cast<uint64_t>(in) &&
-                           (errno == EINVAL || errno == ENOSYS);
+                // What stays in the pipe would land in the next buffer: drop the
+                // pipe. Memory sealed against writes refuses with EPERM; any other
+                // refusal before a byte moved leaves the copy to the staging block.
+                const bool nothingMoved = out < 0 && done == 0 && left == static_cast<uint64_t>(in);
+                *refused = nothingMoved && errno != EPERM;
                 *memoryRefused = !*refused;
                 ClosePipe();
                 return done;

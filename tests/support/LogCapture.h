@@ -46,11 +46,6 @@ private:
     std::vector<LogLine> mLines;
 };
 
-// A failed-check line as the library logs it: "<text> : Line# <line>".
-inline std::string CheckLine(const std::string& text, int line) {
-    return text + " : Line# " + std::to_string(line);
-}
-
 // Installs the test programs' default logger: silent unless TESSARO_TEST_LOG is set.
 void InstallDefaultTestLogger();
 
