@@ -47,7 +47,7 @@ TEST(Core, GeneratorsGetTheLayoutPitchReadersTheirOwn) {
     ConfigParam yv12 = ParseRunOptions({"Parse/YV12", "-i", "x", "-s", "100x50", "--super-frame", "2"}).config;
     EXPECT_EQ(yv12.mStride, 128u) << "the raw writer's YV12 pitch";
     EXPECT_EQ(RawCapacity("Parse/YV12", yv12, 2 * 7500), 7500 + 50 * 128 + 49 * 64 + 50u);
-    EXPECT_EQ(RawCapacity("Parse/NV12", yv12, 4096), 4096u);
+    EXPECT_EQ(RawCapacity("Pattern/NV12", yv12, 4096), 4096u) << "generators fill what they ask for";
     EXPECT_EQ(std::make_pair(PackedPictureBytes("Parse/P210", 4, 2), PackedPictureBytes("Parse/NV12_MOSA", 4, 2)), std::make_pair(32ul, 0ul));
 }
 

@@ -18,12 +18,13 @@ namespace tessaro::cli {
 void ApplyGeometry(const std::string& key, ConfigParam& config);
 
 // Capacity a raw reader's buffer needs: GetBufferLength's answer, or more
-// when the reader's rows reach further (YV12's chroma pitch is rounded up to
-// 64 bytes and its chroma follows the luma rows at the stride).
+// when the reader's rows reach further (the library's RawBufferReach: YV12's
+// chroma pitch is rounded up to 64 bytes and its chroma follows the luma rows).
 uint64_t RawCapacity(const std::string& key, const ConfigParam& config, uint64_t answer);
 
 // Bytes of one picture without padding, as a raw file or the raw writer holds
-// it; 0 for the tiled layouts (their size comes from the layout library).
+// it, from the library's picture formats; 0 for the tiled layouts (their size
+// comes from the layout library) and for keys that are not raw.
 uint64_t PackedPictureBytes(const std::string& key, uint32_t width, uint32_t height);
 
 }  // namespace tessaro::cli
