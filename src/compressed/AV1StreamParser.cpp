@@ -292,7 +292,10 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                 if (mConfigParam.mFrames > frameNum) {
                     TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
                     framelist.back().mIsLastFrame = 0;
+                    // Rewound without the restart mark: the next call reads
+                    // a frame header at offset 0 unless it is for frame 1.
                     SeekInput(0);
+                    NotePassEnd();
                 } else {
                     framelist.back().mIsLastFrame = 1;
                 }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <unordered_map>
 #include <utility>
@@ -129,9 +130,12 @@ protected:
     // the position cannot be told). The caller rewinds.
     void MeasureInputSize();
 
-    // A scanner calls this when it has rewound the input so that its next call
-    // scans as the first call of the indexing did.
+    // A scanner calls this when it has rewound the input to its first byte.
     void NotePassEnd() { mPassEnded = true; }
+    // The reader state besides the position that decides how a call for
+    // frameNum scans after a rewind: only calls that start at position 0 with
+    // equal marks scan alike, so a pass over the input ends where it started.
+    virtual uint32_t RestartMark(uint32_t /*frameNum*/) const { return 0; }
     // True for a scanner whose calls for frame number 1 differ from the calls
     // for later frame numbers at the same position.
     virtual bool ScansDependOnFrameOne() const { return false; }
@@ -180,6 +184,9 @@ private:
         uint64_t superFrame = 1;     // scanner calls per frame number (0 counts as 2^32)
         bool started = false;        // passStart holds a call that a pass starts at
         uint64_t passStart = 0;      // first call of the reference pass
+        // The first call after a rewind (or call 0) by the restart mark it
+        // starts with, since the last reset; passStart is the earliest.
+        std::map<uint32_t, uint64_t> startByMark;
         uint64_t passCalls = 0;      // calls per pass; 0 until the reference pass ended
         bool skipped = false;        // the indexing has passed over repeated passes
         // Units of reference-pass calls that the table drops (all but the first
@@ -201,6 +208,8 @@ private:
     void SkipRepeatedPasses(IndexCursor& at);
     // Notes where passes over the input start and end, after call at.call.
     void TrackPasses(const IndexCursor& at);
+    // Notes that a pass may start at call, with the restart mark it starts with.
+    void NotePassStart(uint64_t call, uint32_t mark);
     // The call that ends the regime of `call`: a scanner whose calls for frame
     // 1 differ scans alike only within frame 1, and only after it.
     uint64_t RegimeEnd(uint64_t call) const;

@@ -90,6 +90,7 @@ void StreamParserCompressed::TrackPasses(const IndexCursor& at) {
     if (r.passCalls != 0 && !r.skipped && RegimeEnd(r.passStart) != RegimeEnd(at.call)) {
         r.started = false;
         r.passCalls = 0;
+        r.startByMark.clear();
         r.droppedCalls.clear();
     }
     // Only an indexing that may pass the full-table limits needs passes.
@@ -97,16 +98,33 @@ void StreamParserCompressed::TrackPasses(const IndexCursor& at) {
     if (r.passCalls != 0 || (frames <= mFullTableFrames && frames * r.superFrame <= 4ull * mFullTableFrames)) {
         return;
     }
-    // A pass may start where the scanner scans as at the first call: at call 0
-    // and after each rewind. It must end in the regime it started in.
-    if (at.call == 0) r.started = true;
+    // A pass may start where the scanner scans as at an earlier call: at call 0
+    // and after each rewind. It ends at a rewind that leaves the restart mark
+    // it started with, in the regime it started in.
+    if (at.call == 0) NotePassStart(0, RestartMark(1));
     if (!mPassEnded || mInputFile.tellg() != 0) return;
-    if (r.started && RegimeEnd(r.passStart) == RegimeEnd(at.call)) {
-        r.passCalls = at.call + 1 - r.passStart;
+    const uint64_t next = at.call + 1;
+    const uint32_t mark = RestartMark(static_cast<uint32_t>(next / r.superFrame + 1));
+    auto start = r.startByMark.find(mark);
+    if (r.started && start != r.startByMark.end() && RegimeEnd(start->second) == RegimeEnd(at.call)) {
+        r.passStart = start->second;
+        r.passCalls = next - r.passStart;
         return;
     }
+    NotePassStart(next, mark);
+}
+
+void StreamParserCompressed::NotePassStart(uint64_t call, uint32_t mark) {
+    RepeatedPass& r = mRepeats;
+    if (r.started && RegimeEnd(r.passStart) == RegimeEnd(call)) {
+        r.startByMark.emplace(mark, call);
+        return;
+    }
+    // The first start of a regime: units of later calls are kept from here.
     r.started = true;
-    r.passStart = at.call + 1;
+    r.passStart = call;
+    r.startByMark.clear();
+    r.startByMark.emplace(mark, call);
     r.droppedCalls.clear();
 }
 
@@ -163,6 +181,7 @@ void StreamParserCompressed::SkipRepeatedPasses(IndexCursor& at) {
             static_cast<unsigned long long>(to - from));
     r.started = false;
     r.passCalls = 0;
+    r.startByMark.clear();
     r.droppedCalls.clear();
 }
 

@@ -51,6 +51,10 @@ public:
 protected:
     // A call for frame 1 reads the IVF file header wherever the file stands.
     bool ScansDependOnFrameOne() const override { return true; }
+    // With a file header, whether the call reads one first.
+    uint32_t RestartMark(uint32_t frameNum) const override {
+        return mIvfMode == kIvfWithFileHeader && (frameNum == 1 || mRestarted) ? 1 : 0;
+    }
 
     // Reads exactly size bytes into dst; logs
     // "Error. Failed to Read from File" and returns TS_ERROR when fewer arrive.
