@@ -35,10 +35,10 @@ std::string Replace(std::string text, const std::string& from, const std::string
     return text;
 }
 
-Result Tool(const std::string& args, const std::string& prefix = "") {
+Result Tool(const std::string& args) {
     ScratchDir dir;
     Result r;
-    r.status = RunCommand(prefix + TESSARO_TOOL_LAUNCHER " " TESSARO_TOOL " " + args + " 2>" + dir.File("err"), &r.out);
+    r.status = RunCommand(TESSARO_TOOL_LAUNCHER " " TESSARO_TOOL " " + args + " 2>" + dir.File("err"), &r.out);
     r.err = ReadFile(dir.File("err"));
     return r;
 }
@@ -191,18 +191,12 @@ TEST(Tool, PatternPicturesHoldTheMovingBlock) {
 
 TEST(Tool, InterruptClosesOutputsAndReportsThePartialRun) {
     ScratchDir dir;
-    const std::string md5 = dir.File("md5"), err = dir.File("err");
-    // SIGINT once the run is under way (its first md5 lines are on disk), however slow the start.
-    const int status = RunCommand(TESSARO_TOOL_LAUNCHER " " TESSARO_TOOL
-                                  " run Pattern/NV12 --size 64x48 --frames 4000000000 --md5-file " + md5 + " 2>" + err +
-                                  " & pid=$!; for i in $(seq 1200); do [ -s " + md5 + " ] && break; sleep 0.05; done;"
-                                  " kill -INT $pid; wait $pid");
-    const std::string text = ReadFile(err);
-    EXPECT_EQ(status, 130) << text;
-    EXPECT_TRUE(std::regex_match(text, std::regex("Pattern/NV12: (\\d+) buffers, \\1 frames, \\d+ bytes, interrupted, .*\n")))
-        << text;
-    const std::string lines = ReadFile(md5);
-    EXPECT_EQ(lines.empty() ? '?' : lines.back(), '\n') << "every line written whole";
+    const std::string md5 = dir.File("md5"), err = dir.File("err");  // SIGINT once md5 lines are on disk
+    const int status = RunCommand(TESSARO_TOOL_LAUNCHER " " TESSARO_TOOL " run Pattern/NV12 --size 64x48 --frames 4000000000 --md5-file " +
+                                  md5 + " 2>" + err + " & p=$!; for i in $(seq 1200); do [ -s " + md5 + " ] && break; sleep 0.05; done; kill -INT $p; wait $p");
+    EXPECT_EQ(status, 130) << ReadFile(err);
+    EXPECT_TRUE(std::regex_match(ReadFile(err), std::regex("Pattern/NV12: (\\d+) buffers, \\1 frames, \\d+ bytes, interrupted, .*\n"))) << ReadFile(err);
+    EXPECT_EQ((" " + ReadFile(md5)).back(), '\n') << "every line written whole";
 }
 
 }  // namespace
