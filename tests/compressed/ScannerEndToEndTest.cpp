@@ -10,9 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "compressed/ScannerTestSupport.h"
+#include "support/ClientBuffer.h"
 #include "support/Probe.h"
-#include "writer/StreamWriterCompressed.h"
+#include "support/TestPaths.h"
+#include "tessaro/FrameIndex.h"
+#include "tessaro/TessaroFactory.h"
 
 namespace tessaro {
 namespace {
@@ -32,6 +34,24 @@ struct Sample {
 };
 
 void PrintTo(const Sample& sample, std::ostream* os) { *os << sample.file; }
+
+// The parser key of a committed sample, from its directory ("h264/a.264" is "Parse/AVC").
+std::string KeyOf(const std::string& file) {
+    const std::string dir = file.substr(0, file.find('/'));
+    return dir == "h264" ? "Parse/AVC" : dir == "h265" ? "Parse/HEVC" : dir == "av1" ? "Parse/AV1"
+           : dir == "vpx" ? "Parse/VPX" : "Parse/APV";
+}
+
+std::shared_ptr<TessaroInterface> Started(const std::string& key, ConfigParam config) {
+    auto processor = TessaroFactory::getInstance()->getProcessorInstance(key);
+    EXPECT_EQ(processor->SetConfig(config), TS_OK);
+    EXPECT_EQ(processor->Init(), TS_OK);
+    return processor;
+}
+
+std::string LittleEndian32(uint32_t v) {
+    return {static_cast<char>(v), static_cast<char>(v >> 8), static_cast<char>(v >> 16), static_cast<char>(v >> 24)};
+}
 
 // VP9 and AV1 frames all count as sync (bit 0 of their first byte is clear),
 // so their seeks ask for a real key frame; VP8, H.264 and H.265 search forward
@@ -72,29 +92,31 @@ class SampleTable : public ::testing::TestWithParam<Sample> {};
 // travel twice: not tiled.)
 TEST_P(SampleTable, UnitsTileTheFile) {
     const Sample& s = GetParam();
-    const bool obu = test::CodecOf(s.file) == "av1" && !s.ivf;  // tile groups are listed in every mode
+    const bool obu = KeyOf(s.file) == "Parse/AV1" && !s.ivf;  // tile groups are listed in every mode
     for (bool sliceMode : {false, true}) {
         if (sliceMode && s.slicesPerPicture < 0) continue;
         SCOPED_TRACE(sliceMode ? "slice mode" : "whole frames");
-        auto parser = test::MakeParser(test::CodecOf(s.file));
-        ASSERT_EQ(test::InitOn(*parser, DataPath(s.file), 0, sliceMode), TS_OK);
-        ASSERT_EQ(parser->frameOffsetTable().size(), s.frames);
+        ConfigParam config;
+        config.mInputFileName = DataPath(s.file);
+        config.mSliceMode = sliceMode;
+        auto parser = Started(KeyOf(s.file), config);
+        std::vector<FrameIndexEntry> index;
+        ASSERT_EQ(GetFrameIndex(*parser, index), TS_OK);
+        ASSERT_FALSE(index.empty());
+        ASSERT_EQ(index.back().frame, s.frames);
         uint64_t end = s.ivf ? 32 : 0;
         std::vector<uint32_t> syncFrames;
-        for (uint32_t f = 1; f <= s.frames; ++f) {
-            SCOPED_TRACE("frame " + std::to_string(f));
-            const auto units = test::Units(*parser, f);
-            ASSERT_FALSE(units.empty());
-            for (const auto& unit : units) {
-                EXPECT_EQ(unit.mOffset, end + (s.ivf && &unit == &units.front() ? 12 : 0));
-                end = unit.mOffset + unit.mLength;
-            }
-            const auto& picture = units.back();
-            if (picture.mFrameType == StreamParserCompressed::FRAME_TYPE_SYNC) syncFrames.push_back(f);
-            EXPECT_EQ(picture.mIsLastFrame, f == s.frames ? 1u : 0u);
-            EXPECT_EQ(picture.mSliceOffsetTable.size(), sliceMode || obu ? static_cast<size_t>(s.slicesPerPicture) : 0u);
+        for (const FrameIndexEntry& unit : index) {
+            SCOPED_TRACE("frame " + std::to_string(unit.frame));
+            EXPECT_EQ(unit.offset, end + (s.ivf && unit.unit == 0 ? 12 : 0));
+            end = unit.offset + unit.length;
+            const bool picture = &unit == &index.back() || (&unit + 1)->frame != unit.frame;
+            if (!picture) continue;
+            if (unit.type == FrameIndexEntry::TYPE_SYNC) syncFrames.push_back(unit.frame);
+            EXPECT_EQ(unit.last, unit.frame == s.frames ? 1u : 0u);
+            EXPECT_EQ(unit.slices.size(), sliceMode || obu ? static_cast<size_t>(s.slicesPerPicture) : 0u);
         }
-        EXPECT_EQ(end, parser->fileSize());
+        EXPECT_EQ(end, test::ReadFile(DataPath(s.file)).size());
         if (!s.syncFrames.empty()) {
             EXPECT_EQ(syncFrames, s.syncFrames);
         }
@@ -102,7 +124,7 @@ TEST_P(SampleTable, UnitsTileTheFile) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleTable,
-                         ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return test::CodecOf(s.file) != "avc"; })),
+                         ::testing::ValuesIn(SamplesWhere([](const Sample& s) { return KeyOf(s.file) != "Parse/AVC"; })),
                          SampleName);
 
 struct Delivery {
@@ -116,8 +138,10 @@ struct Delivery {
 // through the compressed writer.
 Delivery Deliver(const Sample& sample, bool sliceMode, uint32_t seekTo, const test::ScratchDir& dir) {
     Delivery run;
-    auto parser = test::MakeParser(test::CodecOf(sample.file));
-    EXPECT_EQ(test::InitOn(*parser, DataPath(sample.file), 0, sliceMode), TS_OK);
+    ConfigParam in, out;
+    in.mInputFileName = DataPath(sample.file);
+    in.mSliceMode = sliceMode;
+    auto parser = Started(KeyOf(sample.file), in);
     if (seekTo != 0) {
         ConfigParam seek;
         seek.mSeekMode = sample.seekMode;
@@ -125,23 +149,20 @@ Delivery Deliver(const Sample& sample, bool sliceMode, uint32_t seekTo, const te
         EXPECT_EQ(parser->SetConfig(seek), TS_OK);
         EXPECT_EQ(seek.mSeekedFrame, sample.seekReached);
     }
-    StreamWriterCompressed writer;
-    ConfigParam out;
     out.mOutputFileName = dir.File("written");
-    EXPECT_EQ(writer.SetConfig(out), TS_OK);
-    EXPECT_EQ(writer.Init(), TS_OK);
+    auto writer = Started("Write/Compressed", out);
     for (uint32_t guard = 0; guard < 10000; ++guard) {
         const uint32_t needed = parser->GetBufferLength();
         auto buffer = test::MakeLinearBuffer(needed == 0 ? 1 : needed);
         EXPECT_EQ(parser->Process(buffer), TS_OK);
         EXPECT_EQ(buffer->mLength, needed);
-        EXPECT_EQ(writer.Process(buffer), TS_OK);
+        EXPECT_EQ(writer->Process(buffer), TS_OK);
         const auto bytes = test::ReadValid(*buffer);
         run.buffers.emplace_back(bytes.begin(), bytes.end());
         if (buffer->mEndOfFrame == 1) ++run.framesClosed;
         if (buffer->mFlags & Buffer::FLAG_EOS) break;
     }
-    EXPECT_EQ(writer.DeInit(), TS_OK);
+    EXPECT_EQ(writer->DeInit(), TS_OK);
     EXPECT_EQ(parser->DeInit(), TS_OK);
     run.written = test::ReadFile(out.mOutputFileName);
     return run;
@@ -155,8 +176,7 @@ std::string Rewrap(const Sample& sample, const Delivery& run) {
     uint32_t pts = 0;
     for (const std::string& bytes : run.buffers) {
         if (bytes.empty()) continue;
-        out += test::LittleEndian32(static_cast<uint32_t>(bytes.size())) + test::LittleEndian32(pts++) +
-               test::LittleEndian32(0) + bytes;
+        out += LittleEndian32(static_cast<uint32_t>(bytes.size())) + LittleEndian32(pts++) + LittleEndian32(0) + bytes;
     }
     return out;
 }

@@ -39,10 +39,26 @@ public:
         return status;
     }
     void Note(const std::string& text) { mText << text << "\n"; }
+    // Writes lines; of more than kFullLines, the first and last ten and a digest of them all.
+    void NoteAll(const std::vector<std::string>& lines) {
+        std::string all;
+        for (size_t i = 0; i < lines.size(); ++i) {
+            all += lines[i] + "\n";
+            if (lines.size() <= kFullLines || i < 10 || i + 10 >= lines.size()) mText << lines[i] << "\n";
+            if (lines.size() > kFullLines && i == 10) mText << "  ...\n";
+        }
+        if (lines.size() > kFullLines) {
+            mText << "  " << lines.size() << " lines, digest " << Digest({all.begin(), all.end()}) << "\n";
+        }
+    }
+    // Writes the log lines since the last call.
     void Flush() {
-        for (const LogLine& l : mLogs.lines()) mText << "  " << l.priority << " " << l.tag << ": " << l.message << "\n";
+        std::vector<std::string> lines;
+        for (const LogLine& l : mLogs.lines()) lines.push_back("  " + std::to_string(l.priority) + " " + l.tag + ": " + l.message);
+        NoteAll(lines);
         mLogs.Clear();
     }
+    static constexpr size_t kFullLines = 2000;
     std::string Text() {
         Flush();
         return mText.str();

@@ -18,6 +18,7 @@
 #include "support/ClientBuffer.h"
 #include "support/Probe.h"
 #include "support/TestPaths.h"
+#include "transcript/Transcript.h"
 #include "uncompressed/StreamParserUncompressed.h"
 
 namespace tessaro {
@@ -67,14 +68,6 @@ std::vector<Scenario> Scenarios() {
     return all;
 }
 
-std::string Digest(const std::vector<uint8_t>& bytes) {  // FNV-1a, 64 bits
-    uint64_t h = 14695981039346656037ull;
-    for (uint8_t b : bytes) h = (h ^ b) * 1099511628211ull;
-    char text[24];
-    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(h));
-    return text;
-}
-
 // Byte i of a made-up input file or buffer: every row and picture differs.
 std::string Patterned(uint64_t size) {
     std::string bytes(size, '\0');
@@ -94,33 +87,14 @@ std::vector<uint8_t> FileBytes(const std::string& path) {
     return {bytes.begin(), bytes.end()};
 }
 
-class Transcript {
-public:
-    // Records what `call` returned and logged.
-    template <typename T>
-    T Call(const std::string& what, T status) {
-        mText << what << " -> " << static_cast<int64_t>(status) << "\n";
-        Flush();
-        return status;
-    }
-    void Note(const std::string& text) { mText << text << "\n"; }
-    void Buffer(const tessaro::Buffer& b) {
-        mText << "  len=" << b.mLength << " off=" << b.mOffset << " flags=" << b.mFlags << " ts=" << b.mTimestamp
-              << " bytes=" << Digest(test::ReadAll(b)) << "\n";
-    }
-    void Flush() {
-        for (const test::LogLine& l : mLogs.lines()) mText << "  " << l.priority << " " << l.tag << ": " << l.message << "\n";
-        mLogs.Clear();
-    }
-    std::string Text() {
-        Flush();
-        return mText.str();
-    }
+using test::Digest;
+using test::Transcript;
 
-private:
-    test::LogCapture mLogs;
-    std::ostringstream mText;
-};
+// A buffer's range, flags, timestamp and a digest of all its memory.
+void Record(Transcript& t, const Buffer& b) {
+    t.Note("  len=" + std::to_string(b.mLength) + " off=" + std::to_string(b.mOffset) + " flags=" + std::to_string(b.mFlags) +
+           " ts=" + std::to_string(b.mTimestamp) + " bytes=" + Digest(test::ReadAll(b)));
+}
 
 class RawTranscript : public ::testing::TestWithParam<Scenario> {
 protected:
@@ -182,7 +156,7 @@ void RawTranscript::Play(const Scenario& s, Transcript& t) {
     for (uint32_t call = 0, eos = 0; call < s.calls && eos < 2; ++call) {
         buffer->mFlags = 0;
         const int32_t status = t.Call("Process", producer->Process(buffer));
-        t.Buffer(*buffer);
+        Record(t, *buffer);
         eos += (buffer->mFlags & Buffer::FLAG_EOS) ? 1 : 0;
         if (writer && status == 0 && buffer->mLength != 0) t.Call("Write", writer->Process(buffer));
     }
@@ -251,7 +225,7 @@ void RawTranscript::Checks(const Scenario& s, Transcript& t) {
     t.Flush();
     for (int call = 0; call < 2; ++call) {
         t.Call("Process", p->Process(buffer));
-        t.Buffer(*buffer);
+        Record(t, *buffer);
     }
 }
 
@@ -313,21 +287,6 @@ void RawTranscript::WriterChecks(const Scenario& s, Transcript& t) {
     Output(t, c.mOutputFileName);
 }
 
-// The expected transcripts, by scenario name.
-std::map<std::string, std::string>& Expected() {
-    static std::map<std::string, std::string> expected = [] {
-        std::map<std::string, std::string> all;
-        std::ifstream in(test::DataPath("raw/transcripts.txt"));
-        std::string name;
-        for (std::string line; std::getline(in, line);) {
-            if (line.rfind("== ", 0) == 0) name = line.substr(3);
-            else all[name] += line + "\n";
-        }
-        return all;
-    }();
-    return expected;
-}
-
 TEST_P(RawTranscript, MatchesTheRecordedRun) {
     const Scenario& s = GetParam();
     Transcript t;
@@ -336,20 +295,7 @@ TEST_P(RawTranscript, MatchesTheRecordedRun) {
     else if (s.mode == "write") Write(s, t);
     else if (s.mode == "writer-checks") WriterChecks(s, t);
     else FAIL() << "unknown mode " << s.mode;
-    const std::string actual = t.Text();
-    if (std::getenv("TESSARO_WRITE_TRANSCRIPTS")) {  // run the whole suite in one process
-        static bool first = true;
-        std::ofstream(test::DataPath("raw/transcripts.txt"), first ? std::ios::trunc : std::ios::app)
-            << "== " << s.name << "\n" << actual;
-        first = false;
-        return;
-    }
-    std::istringstream want(Expected()[s.name]), got(actual);
-    std::string a, b;
-    for (int line = 1; static_cast<bool>(std::getline(want, a)) | static_cast<bool>(std::getline(got, b));
-         ++line, a.clear(), b.clear()) {
-        ASSERT_EQ(b, a) << "line " << line << " of " << s.name;
-    }
+    test::MatchRecorded("raw/transcripts.txt", s.name, t.Text());
 }
 
 // A frame-rate change after a super-frame change can rebase the timestamp below
