@@ -100,7 +100,8 @@ inline std::string HexBytes(const std::string& script) {
         for (size_t i = 0; i + 1 < std::min(star, group.size()); i += 2) {
             once += static_cast<char>(std::stoul(group.substr(i, 2), nullptr, 16));
         }
-        for (uint32_t t = 0; t < times; ++t) bytes += once;
+        if (once.size() == 1) bytes.append(times, once[0]);  // long runs, quickly
+        else for (uint32_t t = 0; t < times; ++t) bytes += once;
     }
     return bytes;
 }

@@ -4,7 +4,8 @@
 // tests/data/compressed/scenarios.txt: the committed samples and inline byte
 // scripts. Each run is written down (statuses, the frame index, every buffer's
 // fields and a digest of its delivered bytes, seeks' written-back fields, every
-// log line) and compared with tests/data/compressed/transcripts.txt. To record
+// log line) and compared with tests/data/compressed/transcripts.txt; no descriptor
+// outlives the run. To record
 // them anew:
 // TESSARO_WRITE_TRANSCRIPTS=1 tessaro_compressed_tests --gtest_filter='Scenarios/*'.
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include <fstream>
 
 #include "compressed/CompressedRun.h"
+#include "support/Probe.h"
 
 namespace tessaro::test {
 namespace {
@@ -29,7 +31,9 @@ class CompressedTranscript : public ::testing::TestWithParam<Scenario> {};
 
 TEST_P(CompressedTranscript, MatchesTheRecordedRun) {
     ScratchDir scratch;
+    const int descriptors = OpenDescriptorCount();
     MatchRecorded("compressed/transcripts.txt", GetParam().name, RunText(GetParam(), scratch));
+    EXPECT_EQ(OpenDescriptorCount(), descriptors) << "a descriptor outlived its processor";
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, CompressedTranscript, ::testing::ValuesIn(Scenarios()),
