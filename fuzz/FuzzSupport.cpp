@@ -51,32 +51,39 @@ std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
     return buffer;
 }
 
-static std::vector<uint32_t> DrawList(FuzzedDataProvider& fdp) {
-    std::vector<uint32_t> list(fdp.ConsumeIntegralInRange<size_t>(0, 4));
-    for (auto& v : list) v = fdp.ConsumeIntegralInRange<uint32_t>(0, 6);
+namespace {
+
+// A list of up to `most` entries, each drawn by `draw`.
+template <typename Draw>
+std::vector<uint32_t> DrawList(FuzzedDataProvider& fdp, size_t most, Draw draw) {
+    std::vector<uint32_t> list(fdp.ConsumeIntegralInRange<size_t>(0, most));
+    for (auto& v : list) v = draw();
     return list;
 }
 
+}  // namespace
+
 ConfigParam DrawConfig(FuzzedDataProvider& fdp) {
+    const auto in = [&fdp](uint32_t lo, uint32_t hi) { return fdp.ConsumeIntegralInRange<uint32_t>(lo, hi); };
     ConfigParam c{};
-    c.mFrames = fdp.ConsumeIntegralInRange<uint32_t>(0, 40);
-    c.mSuperFrame = fdp.ConsumeIntegralInRange<uint32_t>(0, 3);
+    c.mFrames = in(0, 40);
+    c.mSuperFrame = in(0, 3);
     c.mSliceMode = fdp.ConsumeBool();
     c.mLoopForever = fdp.ConsumeBool();
-    if (fdp.ConsumeBool()) c.mLoopFrames = fdp.ConsumeIntegralInRange<uint32_t>(1, 6);
-    if (fdp.ConsumeBool()) c.mRepeatInterval = fdp.ConsumeIntegralInRange<uint32_t>(1, 6);
+    if (fdp.ConsumeBool()) c.mLoopFrames = in(1, 6);
+    if (fdp.ConsumeBool()) c.mRepeatInterval = in(1, 6);
     if (fdp.ConsumeBool()) c.mDeliveryMode = 1;
-    c.mSkipSlices = DrawList(fdp);
-    c.mSliceOrder = DrawList(fdp);
-    c.mWidth = fdp.ConsumeIntegralInRange<uint32_t>(0, 96);
-    c.mHeight = fdp.ConsumeIntegralInRange<uint32_t>(0, 96);
-    c.mStride = fdp.ConsumeIntegralInRange<uint32_t>(0, 128);
-    c.mScanlines = fdp.ConsumeIntegralInRange<uint32_t>(0, 128);
+    c.mSkipSlices = DrawList(fdp, 4, [&] { return in(0, 6); });
+    c.mSliceOrder = DrawList(fdp, 4, [&] { return in(0, 6); });
+    c.mWidth = in(0, 96);
+    c.mHeight = in(0, 96);
+    c.mStride = in(0, 128);
+    c.mScanlines = in(0, 128);
     c.mStaticPattern = fdp.ConsumeBool();
     c.mInterlaced = fdp.ConsumeBool();
     if (fdp.ConsumeBool()) {
-        c.mFrameRateNum = fdp.ConsumeIntegralInRange<uint32_t>(1, 120000);
-        c.mFrameRateDen = fdp.ConsumeIntegralInRange<uint32_t>(1, 1001);
+        c.mFrameRateNum = in(1, 120000);
+        c.mFrameRateDen = in(1, 1001);
     }
     return c;
 }
@@ -91,36 +98,18 @@ uint32_t DrawWide(FuzzedDataProvider& fdp) {
     }
 }
 
-static std::vector<uint32_t> DrawWideList(FuzzedDataProvider& fdp) {
-    std::vector<uint32_t> list(fdp.ConsumeIntegralInRange<size_t>(0, 6));
-    for (auto& v : list) v = DrawWide(fdp);
-    return list;
-}
-
 ConfigParam DrawCompressedConfig(FuzzedDataProvider& fdp) {
     ConfigParam c{};
-    c.mFrames = DrawWide(fdp);
-    c.mSuperFrame = DrawWide(fdp);
-    c.mSliceMode = fdp.ConsumeBool();
-    c.mLoopForever = fdp.ConsumeBool();
-    c.mLoopFrames = DrawWide(fdp);
-    c.mRepeatInterval = DrawWide(fdp);
-    c.mDeliveryMode = DrawWide(fdp);
-    c.mSkipSlices = DrawWideList(fdp);
-    c.mSliceOrder = DrawWideList(fdp);
-    c.mWidth = DrawWide(fdp);
-    c.mHeight = DrawWide(fdp);
-    c.mStride = DrawWide(fdp);
-    c.mScanlines = DrawWide(fdp);
-    c.mFrameRateNum = DrawWide(fdp);
-    c.mFrameRateDen = DrawWide(fdp);
-    c.mReserved = DrawWide(fdp);
-    c.mSpare = DrawWide(fdp);
-    c.mPixFormat = DrawWide(fdp);
-    c.mFlagA = fdp.ConsumeBool();
-    c.mFlagC = fdp.ConsumeBool();
-    c.mStaticPattern = fdp.ConsumeBool();
-    c.mInterlaced = fdp.ConsumeBool();
+    for (uint32_t* field : {&c.mFrames, &c.mSuperFrame, &c.mLoopFrames, &c.mRepeatInterval, &c.mDeliveryMode}) *field = DrawWide(fdp);
+    c.mSkipSlices = DrawList(fdp, 6, [&] { return DrawWide(fdp); });
+    c.mSliceOrder = DrawList(fdp, 6, [&] { return DrawWide(fdp); });
+    for (uint32_t* field : {&c.mWidth, &c.mHeight, &c.mStride, &c.mScanlines, &c.mFrameRateNum, &c.mFrameRateDen,
+                            &c.mReserved, &c.mSpare, &c.mPixFormat}) {
+        *field = DrawWide(fdp);
+    }
+    for (bool* flag : {&c.mSliceMode, &c.mLoopForever, &c.mFlagA, &c.mFlagC, &c.mStaticPattern, &c.mInterlaced}) {
+        *flag = fdp.ConsumeBool();
+    }
     return c;
 }
 

@@ -1,5 +1,6 @@
 // Shared pieces of the fuzz targets: the input written to a file, client
-// buffers, and a driver that runs a producer as a harness would.
+// buffers, configurations drawn from the data, and a driver that runs a
+// producer as a harness would.
 #pragma once
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -12,8 +13,8 @@
 
 namespace tessaro::fuzz {
 
-// Writes bytes to a fresh file (in /dev/shm when available) with the given
-// suffix; removes it on destruction.
+// The bytes in a fresh file (in /dev/shm when available) with the given
+// suffix, removed on destruction.
 class InputFile {
 public:
     InputFile(const uint8_t* data, size_t size, const std::string& suffix);
@@ -26,28 +27,24 @@ private:
     std::string mPath;
 };
 
-// A memfd-backed client buffer of `capacity` bytes (the descriptor is closed
-// with the last reference). Capacity is capped to keep runs fast.
+// A memfd-backed client buffer, its capacity capped to keep runs fast.
 std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type);
 
-// A configuration drawn from the fuzz data: frame limit, slice mode, skip and
-// order lists, loop/repeat, delivery mode, super-frame, geometry.
+// Raw readers and generators: frame limit, slice fields, loop/repeat, delivery
+// mode, super-frame, geometry, flags and frame rate over small ranges.
 ConfigParam DrawConfig(FuzzedDataProvider& fdp);
 
-// A 32-bit value anywhere in its range: small, 16-bit, any, or an extreme
-// (0, 1, 2^31 - 1, 2^31, 2^32 - 2, 2^32 - 1), each about as often.
+// A 32-bit value: small, 16-bit, any, or an extreme (0, 1, 2^31 - 1, 2^31,
+// 2^32 - 2, 2^32 - 1), each about as often.
 uint32_t DrawWide(FuzzedDataProvider& fdp);
 
-// A configuration for a compressed parser: every field it reads (frame
-// counts, super-frame, loop and repeat counts, delivery mode, slice mode,
-// loop-forever, skip and order lists) and the rest of the record, each drawn
-// across its whole range with DrawWide.
+// Compressed parsers: every field of the record across its whole range (DrawWide).
 ConfigParam DrawCompressedConfig(FuzzedDataProvider& fdp);
 
-// Runs SetConfig/Init, then up to `maxCalls` Process calls with buffers sized
-// by GetBufferLength (or a fuzzed size), optionally a seek in between (mode 1
-// or 2 and a frame up to maxSeekFrame, or with wideSeek any mode and frame),
-// then DeInit. Stops at EOS or an error status.
+// SetConfig and Init, then up to `maxCalls` Process calls with buffers of the
+// announced (or a drawn) size, a seek in between (mode 1 or 2 to a frame up to
+// 50, or with wideSeek any mode and frame), then DeInit. Stops at EOS or an
+// error status; aborts on a delivery past the buffer.
 void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataProvider& fdp,
                    uint32_t bufferType, int maxCalls, bool wideSeek = false);
 

@@ -40,36 +40,28 @@ TEST(BufferMapping, MapsTheWholeCapacityFromTheMapOffset) {
 // null instead of as MAP_FAILED or a mapping past the end of the memory; the
 // picture mapping refuses exactly the same buffers.
 TEST(BufferMapping, UnmappableBuffersGiveNull) {
-    Buffer invalid{};
-    invalid.mCapacity = 4096;
-    auto zero = MakeClientBuffer(4096);
-    zero->mCapacity = 0;
-    auto tooSmall = MakeClientBuffer(4096);
-    tooSmall->mCapacity = 3 * 4096;
-    auto badOffset = MakeClientBuffer(4096);
-    badOffset->mMapOffset = 4096;
-    Buffer closed{};
-    closed.mFd = memfd_create("closed", 0);
-    closed.mCapacity = 4096;
-    close(closed.mFd);
+    auto memory = MakeClientBuffer(4096);
+    const int closed = memfd_create("closed", 0);
+    close(closed);
     const struct {
         const char* name;
-        Buffer buffer;
-    } cases[] = {{"descriptor -1", invalid},
-                 {"capacity 0", *zero},
-                 {"memory smaller than capacity", *tooSmall},
-                 {"offset + capacity past the end", *badOffset},
-                 {"closed descriptor", closed}};
+        int fd;
+        uint64_t capacity;
+        uint32_t mapOffset;
+    } cases[] = {{"descriptor -1", -1, 4096, 0},
+                 {"capacity 0", memory->mFd, 0, 0},
+                 {"memory smaller than capacity", memory->mFd, 3 * 4096, 0},
+                 {"offset + capacity past the end", memory->mFd, 4096, 4096},
+                 {"closed descriptor", closed, 4096, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(Buffer::Mapping(c.buffer).vaddr(), nullptr);
-        EXPECT_EQ(PictureMapping(c.buffer).vaddr(), nullptr);
+        Buffer buffer{};
+        buffer.mFd = c.fd, buffer.mCapacity = c.capacity, buffer.mMapOffset = c.mapOffset;
+        EXPECT_EQ(Buffer::Mapping(buffer).vaddr(), nullptr);
+        EXPECT_EQ(PictureMapping(buffer).vaddr(), nullptr);
     }
     EXPECT_EQ(Buffer::Mapping(std::shared_ptr<Buffer>()).vaddr(), nullptr) << "null buffer";
-}
-
-TEST(BufferMapping, LengthIsCapacityTruncatedTo32Bits) {
-    Buffer huge{};
+    Buffer huge{};  // the recorded length is the capacity truncated to 32 bits
     huge.mCapacity = (1ull << 32) + 5;
     EXPECT_EQ(Buffer::Mapping(huge).length(), 5u);
 }

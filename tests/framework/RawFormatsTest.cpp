@@ -34,9 +34,6 @@ TEST(RawFormats, ReadersFillTheirReachAndRefuseLess) {
             }
         }
     }
-    RawFormatInfo p210{};
-    ASSERT_TRUE(RawFormatOf("Pattern/P210", &p210));
-    EXPECT_EQ(p210.layoutCode * 10 + p210.bytesPerPixel + p210.chromaRows, 64u);  // code 6, 2 bytes, 4:2:2
     EXPECT_EQ(RawBufferReach("Pattern/NV12", ConfigParam{}), 0u);
 }
 

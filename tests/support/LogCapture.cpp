@@ -39,27 +39,21 @@ void LogCapture::Record(int priority, const char* tag, const char* message) {
 
 size_t LogCapture::Count(int priority, const std::string& tag, const std::string& message) const {
     size_t count = 0;
-    for (const auto& line : mLines) {
-        if (line.priority == priority && line.tag == tag && line.message == message) ++count;
-    }
+    for (const auto& line : mLines) count += line.priority == priority && line.tag == tag && line.message == message;
     return count;
 }
 
-bool LogCapture::Contains(int priority, const std::string& tag, const std::string& message) const {
-    return Count(priority, tag, message) != 0;
-}
-
-::testing::AssertionResult LogCapture::Has(int priority, const std::string& tag,
-                                           const std::string& message) const {
-    if (Contains(priority, tag, message)) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << "not logged: " << priority << " " << tag << ": " << message << "\n"
-                                         << Dump();
+::testing::AssertionResult LogCapture::Has(int priority, const std::string& tag, const std::string& message) const {
+    return HasAll(priority, tag, {message});
 }
 
 ::testing::AssertionResult LogCapture::HasAll(int priority, const std::string& tag,
                                               const std::vector<std::string>& messages) const {
     for (const auto& message : messages) {
-        if (!Contains(priority, tag, message)) return Has(priority, tag, message);
+        if (!Contains(priority, tag, message)) {
+            return ::testing::AssertionFailure() << "not logged: " << priority << " " << tag << ": " << message << "\n"
+                                                 << Dump();
+        }
     }
     return ::testing::AssertionSuccess();
 }
@@ -81,13 +75,8 @@ std::string LogCapture::Dump() const {
 }
 
 void InstallDefaultTestLogger() {
-    if (std::getenv("TESSARO_TEST_LOG") != nullptr) {
-        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-        __android_log_set_logger(__android_log_stderr_logger);
-    } else {
-        __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-        __android_log_set_logger(SilentLogger);
-    }
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    __android_log_set_logger(std::getenv("TESSARO_TEST_LOG") != nullptr ? __android_log_stderr_logger : SilentLogger);
 }
 
 }  // namespace tessaro::test

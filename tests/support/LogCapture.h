@@ -26,7 +26,9 @@ public:
     LogCapture& operator=(const LogCapture&) = delete;
 
     const std::vector<LogLine>& lines() const { return mLines; }
-    bool Contains(int priority, const std::string& tag, const std::string& message) const;
+    bool Contains(int priority, const std::string& tag, const std::string& message) const {
+        return Count(priority, tag, message) != 0;
+    }
     // Contains as an assertion: a failure shows the message and the whole log.
     ::testing::AssertionResult Has(int priority, const std::string& tag, const std::string& message) const;
     // Like Has for every message; a failure names the first one missing and shows the log.

@@ -12,97 +12,58 @@
 namespace tessaro::test {
 namespace {
 
-// "key=value|key=value" lines of ffprobe's compact output.
-std::vector<std::map<std::string, std::string>> CompactRecords(const std::string& command) {
+using Record = std::map<std::string, std::string>;
+
+// The "key=value|key=value" lines ffprobe prints for `entries` of the file.
+std::vector<Record> Records(const std::string& options, const std::string& path) {
     std::string output;
-    std::vector<std::map<std::string, std::string>> records;
-    if (RunCommand(command, &output) != 0) return records;
+    std::vector<Record> records;
+    if (RunCommand("ffprobe -v error " + options + " -of compact=p=0 '" + path + "'", &output) != 0) return records;
     std::istringstream lines(output);
-    std::string line;
-    while (std::getline(lines, line)) {
-        std::map<std::string, std::string> record;
+    for (std::string line, field; std::getline(lines, line);) {
         std::istringstream fields(line);
-        std::string field;
+        Record& record = records.emplace_back();
         while (std::getline(fields, field, '|')) {
-            const size_t eq = field.find('=');
-            if (eq != std::string::npos) record[field.substr(0, eq)] = field.substr(eq + 1);
+            if (field.find('=') != std::string::npos) record[field.substr(0, field.find('='))] = field.substr(field.find('=') + 1);
         }
-        records.push_back(record);
     }
     return records;
 }
 
-std::string Quote(const std::string& path) { return "'" + path + "'"; }
-
-// ffprobe's -show_data hex dump ("00000000: 0164 000b ...  .d..") to bytes.
-std::vector<uint8_t> ParseHexDump(const std::string& dump) {
-    std::vector<uint8_t> bytes;
-    std::istringstream lines(dump);
-    std::string line;
-    while (std::getline(lines, line)) {
-        const size_t colon = line.find(": ");
-        if (colon == std::string::npos || colon != 8) continue;
-        // The hex part is 8 groups of 4 digits, then two spaces and the text.
-        const std::string hex = line.substr(colon + 2, 40);
-        std::string digits;
-        for (char c : hex) {
-            if (isxdigit(static_cast<unsigned char>(c))) digits += c;
-        }
-        for (size_t i = 0; i + 1 < digits.size(); i += 2) {
-            bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-        }
-    }
-    return bytes;
-}
-
-int64_t RescaleToMicroseconds(int64_t ts, int64_t num, int64_t den) {
-    const __int128 scaled = static_cast<__int128>(ts) * num * 1000000;
-    const __int128 half = den / 2;
-    return static_cast<int64_t>(scaled >= 0 ? (scaled + half) / den : -((-scaled + half) / den));
+int Number(const Record& record, const std::string& key) {
+    return record.count(key) && record.at(key) != "N/A" ? std::stoi(record.at(key)) : 0;
 }
 
 }  // namespace
 
 std::vector<ProbeStream> ProbeStreams(const std::string& path) {
     std::vector<ProbeStream> streams;
-    for (const auto& record :
-         CompactRecords("ffprobe -v error -show_entries stream=index,codec_name,width,height "
-                        "-of compact=p=0 " + Quote(path))) {
+    for (const Record& record : Records("-show_entries stream=index,codec_name,width,height", path)) {
         if (record.count("index") == 0) continue;
-        ProbeStream stream;
-        stream.index = std::stoi(record.at("index"));
+        ProbeStream& stream = streams.emplace_back();
+        stream.index = Number(record, "index");
         stream.codecName = record.count("codec_name") ? record.at("codec_name") : "";
-        if (record.count("width") && record.at("width") != "N/A") stream.width = std::stoi(record.at("width"));
-        if (record.count("height") && record.at("height") != "N/A") stream.height = std::stoi(record.at("height"));
-        std::string dump;
-        RunCommand("ffprobe -v error -show_data -select_streams " + std::to_string(stream.index) +
-                       " -show_entries stream=extradata -of default " + Quote(path),
-                   &dump);
-        stream.extradata = ParseHexDump(dump);
-        streams.push_back(stream);
+        stream.width = Number(record, "width");
+        stream.height = Number(record, "height");
     }
     return streams;
 }
 
 std::vector<ProbePacket> ProbePackets(const std::string& path, int streamIndex) {
     std::vector<ProbePacket> packets;
-    const std::string select = " -select_streams " + std::to_string(streamIndex) + " ";
-    const auto base = CompactRecords("ffprobe -v error" + select + "-show_entries stream=time_base -of compact=p=0 " +
-                                     Quote(path));
+    const std::string select = "-select_streams " + std::to_string(streamIndex);
+    const auto base = Records(select + " -show_entries stream=time_base", path);
     if (base.empty() || base[0].count("time_base") == 0) return packets;
     const std::string& timeBase = base[0].at("time_base");
-    const int64_t num = std::stoll(timeBase.substr(0, timeBase.find('/')));
-    const int64_t den = std::stoll(timeBase.substr(timeBase.find('/') + 1));
-    for (const auto& record : CompactRecords("ffprobe -v error" + select +
-                                             "-show_entries packet=pts,dts,size,flags -of compact=p=0 " +
-                                             Quote(path))) {
+    const __int128 num = std::stoll(timeBase), den = std::stoll(timeBase.substr(timeBase.find('/') + 1));
+    for (const Record& record : Records(select + " -show_entries packet=pts,dts,size,flags", path)) {
         if (record.count("size") == 0 || record.count("pts") == 0) continue;
         const std::string& ts = record.at("pts") != "N/A" ? record.at("pts") : record.at("dts");
-        ProbePacket packet;
-        packet.timeUs = ts == "N/A" ? 0 : RescaleToMicroseconds(std::stoll(ts), num, den);
-        packet.size = std::stoull(record.at("size"));
-        packet.key = record.count("flags") && record.at("flags").find('K') != std::string::npos;
-        packets.push_back(packet);
+        // Rescaled to microseconds, half away from zero, as libavformat rounds.
+        const __int128 scaled = (ts == "N/A" ? 0 : std::stoll(ts)) * num * 1000000;
+        const __int128 us = scaled >= 0 ? (scaled + den / 2) / den : -((-scaled + den / 2) / den);
+        packets.push_back({static_cast<int64_t>(us), std::stoull(record.at("size")),
+                           record.count("flags") && record.at("flags").find('K') != std::string::npos});
     }
     return packets;
 }
@@ -118,20 +79,16 @@ int OpenDescriptorCount() {
 }
 
 bool SharedObjectLoaded(const std::string& prefix) {
-    struct Search {
-        const std::string* prefix;
-        bool found;
-    } search{&prefix, false};
+    std::pair<const std::string*, bool> search{&prefix, false};
     dl_iterate_phdr(
         [](dl_phdr_info* info, size_t, void* data) {
-            auto* s = static_cast<Search*>(data);
+            auto* s = static_cast<std::pair<const std::string*, bool>*>(data);
             const std::string path = info->dlpi_name != nullptr ? info->dlpi_name : "";
-            const std::string name = path.substr(path.rfind('/') + 1);
-            s->found = s->found || name.compare(0, s->prefix->size(), *s->prefix) == 0;
+            s->second = s->second || path.substr(path.rfind('/') + 1).compare(0, s->first->size(), *s->first) == 0;
             return 0;
         },
         &search);
-    return search.found;
+    return search.second;
 }
 
 std::string ReadFile(const std::string& path) {

@@ -13,7 +13,6 @@ struct ProbeStream {
     std::string codecName;  // "h264", "aac", ...
     int width = 0;
     int height = 0;
-    std::vector<uint8_t> extradata;
 };
 
 struct ProbePacket {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <utility>
 
 #include "support/ClientBuffer.h"
 #include "support/LogCapture.h"
@@ -60,43 +60,32 @@ TEST(StreamWriterCompressed, AppendsValidBytesInCallOrderUntilDeInitAndReInitTru
     EXPECT_EQ(ReadFile(out), "e");
 }
 
-struct RefusedCase {
-    const char* name;
-    std::function<std::shared_ptr<Buffer>()> make;
-    const char* report;
-};
-
-class StreamWriterCompressedRefuses : public ::testing::TestWithParam<RefusedCase> {};
-
-TEST_P(StreamWriterCompressedRefuses, BuffersItCannotWriteAndWritesNothing) {
-    test::ScratchDir dir;
-    StreamWriterCompressed writer;
-    Configure(writer, dir.File("out.264"));
-    ASSERT_EQ(writer.Init(), TS_OK);
-    test::LogCapture logs;
-    EXPECT_EQ(writer.Process(GetParam().make()), -4);
-    EXPECT_TRUE(logs.Has(6, kTag, GetParam().report));
-    writer.DeInit();
-    EXPECT_EQ(ReadFile(dir.File("out.264")), "");
+// Buffers it cannot write are refused with -4 and their own check; nothing is written.
+TEST(StreamWriterCompressed, RefusesBuffersItCannotWrite) {
+    const auto unmapped = [](uint64_t capacity, uint64_t length, uint32_t type = 0) {
+        auto b = test::MakeUnmappedBuffer(capacity, type);
+        b->mLength = length;
+        return b;
+    };
+    const std::pair<std::shared_ptr<Buffer>, const char*> cases[] = {
+        {nullptr, "buffer == nullptr : Line# 33"},
+        {unmapped(0, 0), "buffer->capacity() == 0 : Line# 34"},
+        {unmapped(16, 0, 1), "buffer->isLinear() == false : Line# 35"},
+        {Filled(16, 'x', 17), "buffer->mLength > buffer->capacity() : Line# 36"},  // would run past the mapping
+        {unmapped(16, 4), "vaddr == nullptr : Line# 37"}};
+    for (const auto& [buffer, report] : cases) {
+        SCOPED_TRACE(report);
+        test::ScratchDir dir;
+        StreamWriterCompressed writer;
+        Configure(writer, dir.File("out.264"));
+        ASSERT_EQ(writer.Init(), TS_OK);
+        test::LogCapture logs;
+        EXPECT_EQ(writer.Process(buffer), -4);
+        EXPECT_TRUE(logs.Has(6, kTag, report));
+        writer.DeInit();
+        EXPECT_EQ(ReadFile(dir.File("out.264")), "");
+    }
 }
-
-std::shared_ptr<Buffer> Unmapped(uint64_t capacity, uint64_t length) {
-    auto b = test::MakeUnmappedBuffer(capacity);
-    b->mLength = length;
-    return b;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Buffers, StreamWriterCompressedRefuses,
-    ::testing::Values(
-        RefusedCase{"Null", [] { return std::shared_ptr<Buffer>(); }, "buffer == nullptr : Line# 33"},
-        RefusedCase{"ZeroCapacity", [] { return Unmapped(0, 0); }, "buffer->capacity() == 0 : Line# 34"},
-        RefusedCase{"Graphic", [] { return test::MakeUnmappedBuffer(16, 1); }, "buffer->isLinear() == false : Line# 35"},
-        // The valid bytes would run past the mapping.
-        RefusedCase{"LengthBeyondCapacity", [] { return Filled(16, 'x', 17); },
-                    "buffer->mLength > buffer->capacity() : Line# 36"},
-        RefusedCase{"Unmappable", [] { return Unmapped(16, 4); }, "vaddr == nullptr : Line# 37"}),
-    [](const auto& p) { return std::string(p.param.name); });
 
 }  // namespace
 }  // namespace tessaro
