@@ -238,7 +238,6 @@ private:
     int32_t readData(Delivery& delivery, const PlannedRead& read);
     // Reads the codec-config units of span's frames into the buffer, span.repeats times.
     int32_t DeliverSequenceHeaders(Delivery& delivery, const FrameSpan& span);
-    int32_t ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span);
     // Adds `more` repeats of what the buffer received since `start` as reading
     // them would; false when they do not all fit.
     bool RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more);

@@ -79,15 +79,6 @@ int32_t StreamParserCompressed::readData(Delivery& delivery, const PlannedRead& 
     return TS_OK;
 }
 
-int32_t StreamParserCompressed::ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span) {
-    const uint32_t sliceNum = mFetchContent.bufferInfo.sliceNum;
-    const bool read = ForEachConfigUnit(span, [&](const FrameInfo& unit) {
-        return readData(delivery, ReadOf(unit, unit.mOffset, unit.mLength, sliceNum)) == TS_OK;
-    });
-    TS_CHECK_TEXT(!read, "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
-    return TS_OK;
-}
-
 bool StreamParserCompressed::RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more) {
     const uint32_t bytes = delivery.total - start;
     Buffer& buffer = delivery.buffer;
@@ -117,13 +108,17 @@ bool StreamParserCompressed::RepeatSequenceHeaders(Delivery& delivery, uint32_t 
 
 int32_t StreamParserCompressed::DeliverSequenceHeaders(Delivery& delivery, const FrameSpan& span) {
     const uint32_t start = delivery.total;
-    if (ReadSequenceHeaders(delivery, span) != TS_OK) return TS_ERROR;
+    auto readSpan = [&] {
+        return ForEachConfigUnit(span, [&](const FrameInfo& unit) {
+            const uint32_t sliceNum = mFetchContent.bufferInfo.sliceNum;
+            return readData(delivery, ReadOf(unit, unit.mOffset, unit.mLength, sliceNum)) == TS_OK;
+        });
+    };
     // A repeat that does not fit is read for real: it fails at the read that
     // overruns the buffer.
-    if (span.repeats > 1 && !RepeatSequenceHeaders(delivery, start, span.repeats - 1) &&
-        ReadSequenceHeaders(delivery, span) != TS_OK) {
-        return TS_ERROR;
-    }
+    const bool read =
+        readSpan() && (span.repeats <= 1 || RepeatSequenceHeaders(delivery, start, span.repeats - 1) || readSpan());
+    TS_CHECK_TEXT(!read, "readData(offset, length) != TS_OK", kReadFailed, TS_ERROR);
     return TS_OK;
 }
 
