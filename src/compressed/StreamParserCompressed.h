@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "compressed/ByteSource.h"
+#include "compressed/DeliveryPlan.h"
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {
@@ -63,11 +64,8 @@ public:
 
     // The delivery cursor.
     struct FetchContent {
-        struct BufferInfo {
-            uint32_t frameNum = 1;   // frame being delivered
-            uint32_t bufferNum = 0;  // unit index within the frame
-            uint32_t sliceNum = 1;   // 1-based slice within the unit
-        } bufferInfo;
+        using BufferInfo = DeliveryCursor;
+        BufferInfo bufferInfo;
     };
 
     // Releases the scratch buffer, the table and the input file.
@@ -140,13 +138,8 @@ protected:
     // for later frame numbers at the same position.
     virtual bool ScansDependOnFrameOne() const { return false; }
 
-    // Frames 1..f-1 as spans to visit in order: each span's frames once, then
-    // again as a whole `repeats` - 1 more times (repeated passes over the input).
-    struct FrameSpan {
-        uint32_t first;
-        uint32_t last;
-        uint64_t repeats;
-    };
+    // Frames 1..f-1 as spans to visit in order (repeated passes over the input
+    // as one span with repeats).
     std::vector<FrameSpan> EarlierFrameSpans(uint32_t f) const;
     // Frames after which the rebuilt frames repeat themselves (0: none rebuilt).
     uint32_t RepeatCycleFrames() const;
@@ -230,27 +223,25 @@ private:
         uint32_t layerId = 0;  // mLayerId of the unit read last
     };
 
-    // Reads length bytes at offset of the input into the client buffer behind
-    // what this call has already written, and sets the buffer's flags from unit.
-    int32_t readData(Delivery& delivery, const FrameInfo& unit, uint64_t offset, uint64_t length);
-    // Reads every codec-config unit of frames 1..frame-1 into the buffer (the
-    // prelude of the first delivery after a seek).
-    int32_t DeliverSequenceHeaders(Delivery& delivery, uint32_t frame);
-    int32_t ReadSequenceHeaders(Delivery& delivery, const FrameSpan& span);
+    struct Planner;
+    // The next Process call as a plan (DeliveryPlan.h), drawn by rules.
+    DeliveryPlan PlanDelivery(const PlanRules& rules) const;
+    // The read of a range of unit with the cursor at slice sliceNum.
+    PlannedRead ReadOf(const FrameInfo& unit, uint64_t offset, uint64_t length, uint32_t sliceNum) const;
+    // Calls visit with every codec-config unit of span's frames, in order, until it returns false.
+    bool ForEachConfigUnit(const FrameSpan& span, const std::function<bool(const FrameInfo&)>& visit) const;
+
+    // Makes the parser's state and the buffer's marks those of a plan step.
+    void Commit(const PlanState& at, Buffer& buffer);
+    // Reads a planned range into the client buffer behind what this call has
+    // already written, and sets the buffer's flags from its marks.
+    int32_t readData(Delivery& delivery, const PlannedRead& read);
+    // Reads the codec-config units of span's frames into the buffer, span.repeats times.
+    int32_t DeliverSequenceHeaders(Delivery& delivery, const FrameSpan& span);
     // Adds `more` repeats of what the buffer received since `start` as reading
     // them would; false when they do not all fit.
     bool RepeatSequenceHeaders(Delivery& delivery, uint32_t start, uint64_t more);
-    // The frame the cursor's frameNum stands for, after the mLoopFrames wrap.
-    uint32_t EffectiveFrame(uint32_t frameNum) const;
-    bool FrameLimitPassed() const;
-    bool EndOfStreamReached() const;
-    // Flags the buffer EOS only and drops a pending seek ("Already reached EOS.").
-    int32_t SignalEndOfStream(Buffer& buffer);
-    void ClearSeekRequest();
-    // The slice number that is read for the cursor's sliceNum (mSliceOrder).
-    int32_t OrderedSlice(const FrameInfo& unit, uint32_t& slice, bool dryRun) const;
-    void CompleteFrame(Buffer& buffer, bool wholeUnit);
-    int32_t CloseBuffer(Delivery& delivery);
+    int32_t CloseBuffer(Delivery& delivery, const PlanStep& close);
 };
 
 }  // namespace tessaro

@@ -220,7 +220,7 @@ uint32_t StreamParserCompressed::RepeatCycleFrames() const {
     return static_cast<uint32_t>(r.passCalls / Gcd(r.passCalls, r.superFrame));
 }
 
-std::vector<StreamParserCompressed::FrameSpan> StreamParserCompressed::EarlierFrameSpans(
+std::vector<FrameSpan> StreamParserCompressed::EarlierFrameSpans(
     uint32_t f) const {
     std::vector<FrameSpan> spans;
     if (f <= 1) return spans;
