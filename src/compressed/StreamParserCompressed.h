@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {

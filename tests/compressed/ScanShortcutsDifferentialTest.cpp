@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 #include "compressed/ScannerTestSupport.h"
 #include "support/Probe.h"
 

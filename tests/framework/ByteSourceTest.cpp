@@ -1,6 +1,6 @@
 // The byte source keeps the stream-state rules the scanners decide on, and its
 // read-ahead must never show bytes other than the file's.
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
