@@ -8,21 +8,12 @@
 namespace tessaro {
 namespace {
 
-// The name logged for a known OBU type, or nullptr.
-const char* ObuTypeName(uint32_t type) {
-    switch (type) {
-        case AV1StreamParser::OBU_SEQUENCE_HEADER: return "OBU_SEQUENCE_HEADER";
-        case AV1StreamParser::OBU_TEMPORAL_DELIMITER: return "OBU_TEMPORAL_DELIMITER";
-        case AV1StreamParser::OBU_FRAME_HEADER: return "OBU_FRAME_HEADER";
-        case AV1StreamParser::OBU_TILE_GROUP: return "OBU_TILE_GROUP";
-        case AV1StreamParser::OBU_METADATA: return "OBU_METADATA";
-        case AV1StreamParser::OBU_FRAME: return "OBU_FRAME";
-        case AV1StreamParser::OBU_REDUNDANT_FRAME_HEADER: return "OBU_REDUNDANT_FRAME_HEADER";
-        case AV1StreamParser::OBU_TILE_LIST: return "OBU_TILE_LIST";
-        case AV1StreamParser::OBU_PADDING: return "OBU_PADDING";
-        default: return nullptr;
-    }
-}
+// The names logged for the OBU types, by obu_type; nullptr for types the scanner does not know.
+constexpr const char* kObuTypeNames[16] = {
+    nullptr,          "OBU_SEQUENCE_HEADER", "OBU_TEMPORAL_DELIMITER", "OBU_FRAME_HEADER",
+    "OBU_TILE_GROUP", "OBU_METADATA",        "OBU_FRAME",              "OBU_REDUNDANT_FRAME_HEADER",
+    "OBU_TILE_LIST",  nullptr,               nullptr,                  nullptr,
+    nullptr,          nullptr,               nullptr,                  "OBU_PADDING"};
 
 constexpr const char* kReadTemporalUnitSizeFailed =
     "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK";
@@ -30,7 +21,19 @@ constexpr const char* kReadObuHeaderFailed =
     "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
 
 // The line numbers of AV1StreamParser's failed checks.
-constexpr StreamParserCompressed::ScannerLines kLines{AV1StreamParser::kLogTag, 181, 201, 210, 431, 432, 434};
+constexpr struct {
+    StreamParserCompressed::ScannerLines scanner{AV1StreamParser::kLogTag, 181, 201, 210, 431, 432, 434};
+    int annexBSizes[3] = {119, 122, 125};  // temporal_unit_size, frame_unit_size, obu_length unreadable
+    int annexBHeader = 133;                // the first OBU header of an Annex-B probe unreadable
+    int annexBNoDelimiter = 137;           // ... or not a temporal delimiter
+    int obuHeader = 161;                   // the first OBU header of an OBU stream unreadable
+    int unitHeader = 374;                  // an OBU header of a temporal unit unreadable
+    int noSizeField = 385;                 // "obuHdr.mHasSizeField == false"
+    int ivfFrame = 449;                    // the IVF frame unreadable
+    int ivfSlices = 456;                   // the tile groups after an IVF frame unreadable
+    int unitSize = 483;                    // a temporal unit of an OBU stream unmeasurable
+    int unitEntry = 489;                   // "ret != TS_OK"
+} kLines;
 
 }  // namespace
 
@@ -40,40 +43,31 @@ int32_t AV1StreamParser::ULebDecode(const unsigned char* data, unsigned long ava
                                     unsigned long* value, unsigned long* length) {
     if (data == nullptr || value == nullptr) return TS_ERROR;
     *value = 0;
-    if (available == 0) return TS_ERROR;
+    unsigned long used = 0;
     Leb128Decoder decoder;
-    for (unsigned long i = 0; i < available; ++i) {
-        const Leb128Decoder::Step step = decoder.Push(data[i]);
-        *value = static_cast<unsigned long>(decoder.value());
-        if (step == Leb128Decoder::Step::kInvalid) return TS_ERROR;
-        if (step == Leb128Decoder::Step::kDone) {
-            if (length != nullptr) *length = decoder.length();
-            return TS_OK;
-        }
-    }
-    return TS_ERROR;  // the bytes ran out before the last group
+    const Leb128Decoder::Step step = decoder.Decode([&](uint8_t& byte) {
+        if (used == available) return false;
+        byte = data[used++];
+        return true;
+    });
+    *value = static_cast<unsigned long>(decoder.value());
+    if (step != Leb128Decoder::Step::kDone) return TS_ERROR;  // invalid, or the bytes ran out
+    if (length != nullptr) *length = decoder.length();
+    return TS_OK;
 }
 
 int32_t AV1StreamParser::ReadLeb128(unsigned long& length, unsigned long& value) {
     TS_LOGI("ReadLeb128");
-    uint8_t byte = 0;
-    if (!ReadByte(byte)) {
-        if (mInputFile.eof()) {
+    Leb128Decoder decoder;
+    const Leb128Decoder::Step step = decoder.Decode([this](uint8_t& byte) { return ReadByte(byte); });
+    if (step == Leb128Decoder::Step::kNeedMore) {
+        if (decoder.length() == 0 && mInputFile.eof()) {
             TS_LOGI("Reached End Of File");
             length = 0;
             return TS_OK;
         }
         TS_LOGE("Error. Ran out-of-data before completing Read of Value");
         return TS_ERROR;
-    }
-    Leb128Decoder decoder;
-    Leb128Decoder::Step step = decoder.Push(byte);
-    while (step == Leb128Decoder::Step::kNeedMore) {
-        if (!ReadByte(byte)) {
-            TS_LOGE("Error. Ran out-of-data before completing Read of Value");
-            return TS_ERROR;
-        }
-        step = decoder.Push(byte);
     }
     length = decoder.length();
     value = static_cast<unsigned long>(decoder.value());
@@ -96,7 +90,7 @@ int32_t AV1StreamParser::ReadObuHeader(unsigned long& obuHdrSize, ObuHeader& obu
         return TS_ERROR;
     }
     const uint32_t type = (byte >> 3) & 0x0F;
-    const char* name = ObuTypeName(type);
+    const char* name = kObuTypeNames[type];
     if (name != nullptr) {
         obuHdr.mType = type;
     } else {
@@ -122,8 +116,7 @@ int32_t AV1StreamParser::ReadObuHeader(unsigned long& obuHdrSize, ObuHeader& obu
 bool AV1StreamParser::IsAnnexBInBitstream() {
     TS_LOGI("IsAnnexBInBitstream");
     // temporal_unit_size, frame_unit_size and obu_length: read, not used.
-    static constexpr int kLines[3] = {119, 122, 125};
-    for (int line : kLines) {
+    for (int line : kLines.annexBSizes) {
         unsigned long length = 0;
         unsigned long value = 0;
         if (ReadLeb128(length, value) != TS_OK) {
@@ -135,11 +128,11 @@ bool AV1StreamParser::IsAnnexBInBitstream() {
     unsigned long obuHdrSize = 0;
     ObuHeader obuHdr;
     if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, 133);
+        TS_REPORT(kReadObuHeaderFailed, kLines.annexBHeader);
         return false;
     }
     if (obuHdr.mType != OBU_TEMPORAL_DELIMITER) {
-        TS_REPORT("obuHdr.mType != ObuType::OBU_TEMPORAL_DELIMITER", 137);
+        TS_REPORT("obuHdr.mType != ObuType::OBU_TEMPORAL_DELIMITER", kLines.annexBNoDelimiter);
         return false;
     }
     return true;
@@ -157,7 +150,7 @@ bool AV1StreamParser::SawObuHeader() {
     unsigned long obuHdrSize = 0;
     ObuHeader obuHdr;
     if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, 161);
+        TS_REPORT(kReadObuHeaderFailed, kLines.obuHeader);
         return false;
     }
     if (obuHdr.mHasSizeField &&
@@ -169,8 +162,8 @@ bool AV1StreamParser::SawObuHeader() {
 }
 
 int32_t AV1StreamParser::Init() {
-    return OpenAndIndex(kLines, true, [this] {
-        if (SawDKIFHeader()) {
+    return OpenAndIndex(kLines.scanner, true, [this] {
+        if (IvfReader::SawSignature(mInputFile)) {
             TS_LOGI("Input File has IVF Header");
             mIvfMode = kIvfWithFileHeader;
             mFileType = kFileTypeIvf;
@@ -217,11 +210,11 @@ int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable&
             TS_LOGI("Reached End of File. Return.");
             break;
         }
-        TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, kReadObuHeaderFailed, 374,
+        TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, kReadObuHeaderFailed, kLines.unitHeader,
                       TS_ERROR);
         const bool isDelimiter = obuHdr.mType == OBU_TEMPORAL_DELIMITER;
         if (isDelimiter && passedDelimiter) break;  // the next temporal unit starts here
-        TS_CHECK(obuHdr.mHasSizeField == false, 385, TS_ERROR);
+        TS_CHECK(obuHdr.mHasSizeField == false, kLines.noSizeField, TS_ERROR);
         if (ReadLeb128(lebLength, obuSize) != TS_OK) {
             TS_LOGE("Error. ReadLeb128 Failed");
             return TS_ERROR;
@@ -255,25 +248,25 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ReadfromInputFile");
     int32_t status = TS_OK;
-    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
+    if (ScanEndsAtOnce(kLines.scanner, buffer, &status)) return status;
 
     if (mFileType == kFileTypeObu) {
         const uint64_t unitStart = static_cast<uint64_t>(mInputFile.tellg());
         unsigned long tuSize = 0;
         SliceTable sliceOffsetTable;
         TS_CHECK_TEXT(ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
-                      kReadTemporalUnitSizeFailed, 483, TS_ERROR);
+                      kReadTemporalUnitSizeFailed, kLines.unitSize, TS_ERROR);
         // Back to the unit's first byte: the entry reads the unit from there.
         SeekInput(unitStart);
         int32_t ret = VPXStreamParser::CreateEntryInFrameList(
             frameNum, framelist, maxBufSize, static_cast<uint32_t>(tuSize), buffer);
-        TS_CHECK(ret != TS_OK, 489, TS_ERROR);
+        TS_CHECK(ret != TS_OK, kLines.unitEntry, TS_ERROR);
         if (!framelist.empty()) framelist.back().mSliceOffsetTable = std::move(sliceOffsetTable);
     } else if (mFileType == kFileTypeIvf) {
         TS_CHECK_TEXT(
             VPXStreamParser::ReadfromInputFile(frameNum, framelist, maxBufSize, buffer) != TS_OK,
             "VPXStreamParser::ReadfromInputFile( frameNum, framelist, maxBufSize, buffer) != TS_OK",
-            449, TS_ERROR);
+            kLines.ivfFrame, TS_ERROR);
         if (mSliceMode == 1) {
             // The tile groups are looked for from the position after the frame
             // just read, without going back to its start.
@@ -281,7 +274,7 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
             SliceTable sliceOffsetTable;
             TS_CHECK_TEXT(
                 ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
-                kReadTemporalUnitSizeFailed, 456, TS_ERROR);
+                kReadTemporalUnitSizeFailed, kLines.ivfSlices, TS_ERROR);
             if (!framelist.empty()) {
                 framelist.back().mSliceOffsetTable = std::move(sliceOffsetTable);
             }
