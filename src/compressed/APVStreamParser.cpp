@@ -53,13 +53,8 @@ int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     if (framelist.empty()) return TS_OK;
     FrameInfo& last = framelist.back();
     last.mLength = mFileSize - last.mOffset;
-    if (mConfigParam.mFrames > frameNum) {
-        TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-        last.mIsLastFrame = 0;
-        mInputFile.seekg(0, std::ios_base::beg);
-    } else {
-        last.mIsLastFrame = 1;
-    }
+    // A rewind here ends no pass: later entries are never marked last again.
+    RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, last, 1, kLogTag);
     LogLastEntry(kLogTag, framelist);
     return TS_OK;
 }

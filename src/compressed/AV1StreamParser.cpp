@@ -3,30 +3,20 @@
 #include <functional>
 #include <string>
 
+#include "compressed/FrameList.h"
 #include "compressed/Leb128.h"
 
 namespace tessaro {
 namespace {
-
-// The names logged for the OBU types, by obu_type; nullptr for types the scanner does not know.
-constexpr const char* kObuTypeNames[16] = {
-    nullptr,          "OBU_SEQUENCE_HEADER", "OBU_TEMPORAL_DELIMITER", "OBU_FRAME_HEADER",
-    "OBU_TILE_GROUP", "OBU_METADATA",        "OBU_FRAME",              "OBU_REDUNDANT_FRAME_HEADER",
-    "OBU_TILE_LIST",  nullptr,               nullptr,                  nullptr,
-    nullptr,          nullptr,               nullptr,                  "OBU_PADDING"};
 
 constexpr const char* kReadTemporalUnitSizeFailed =
     "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK";
 constexpr const char* kReadObuHeaderFailed =
     "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
 
-// The line numbers of AV1StreamParser's failed checks.
+// The line numbers of AV1StreamParser's failed checks (the probes' are ObuReader's).
 constexpr struct {
     StreamParserCompressed::ScannerLines scanner{AV1StreamParser::kLogTag, 181, 201, 210, 431, 432, 434};
-    int annexBSizes[3] = {119, 122, 125};  // temporal_unit_size, frame_unit_size, obu_length unreadable
-    int annexBHeader = 133;                // the first OBU header of an Annex-B probe unreadable
-    int annexBNoDelimiter = 137;           // ... or not a temporal delimiter
-    int obuHeader = 161;                   // the first OBU header of an OBU stream unreadable
     int unitHeader = 374;                  // an OBU header of a temporal unit unreadable
     int noSizeField = 385;                 // "obuHdr.mHasSizeField == false"
     int ivfFrame = 449;                    // the IVF frame unreadable
@@ -36,8 +26,6 @@ constexpr struct {
 } kLines;
 
 }  // namespace
-
-bool AV1StreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
 
 int32_t AV1StreamParser::ULebDecode(const unsigned char* data, unsigned long available,
                                     unsigned long* value, unsigned long* length) {
@@ -57,109 +45,16 @@ int32_t AV1StreamParser::ULebDecode(const unsigned char* data, unsigned long ava
 }
 
 int32_t AV1StreamParser::ReadLeb128(unsigned long& length, unsigned long& value) {
-    TS_LOGI("ReadLeb128");
-    Leb128Decoder decoder;
-    const Leb128Decoder::Step step = decoder.Decode([this](uint8_t& byte) { return ReadByte(byte); });
-    if (step == Leb128Decoder::Step::kNeedMore) {
-        if (decoder.length() == 0 && mInputFile.eof()) {
-            TS_LOGI("Reached End Of File");
-            length = 0;
-            return TS_OK;
-        }
-        TS_LOGE("Error. Ran out-of-data before completing Read of Value");
-        return TS_ERROR;
-    }
-    length = decoder.length();
-    value = static_cast<unsigned long>(decoder.value());
-    if (step == Leb128Decoder::Step::kInvalid) {
-        TS_LOGE("Error. Failed to Decode LEB for Index[%d]", static_cast<int>(length));
-        return TS_ERROR;
-    }
-    return TS_OK;
+    return ObuReader::ReadLeb128(mInputFile, length, value);
 }
 
 int32_t AV1StreamParser::ReadObuHeader(unsigned long& obuHdrSize, ObuHeader& obuHdr) {
-    TS_LOGI("ReadObuHeader");
-    uint8_t byte = 0;
-    if (!ReadByte(byte)) {
-        TS_LOGE("Error. Failed to Read from File");
-        return TS_ERROR;
-    }
-    if (byte & 0x80) {  // obu_forbidden_bit
-        TS_LOGE("Error. Invalid OBU Header");
-        return TS_ERROR;
-    }
-    const uint32_t type = (byte >> 3) & 0x0F;
-    const char* name = kObuTypeNames[type];
-    if (name != nullptr) {
-        obuHdr.mType = type;
-    } else {
-        TS_LOGE("Unknown Obu Type: %d", static_cast<int>(type));
-        obuHdr.mType = 0;
-        name = "";
-    }
-    obuHdr.mHasSizeField = (byte >> 1) & 1;
-    obuHdr.mExtensionFlag = (byte >> 2) & 1;
-    obuHdrSize += 1;
-    if (obuHdr.mExtensionFlag) {
-        obuHdrSize += 1;
-        mInputFile.seekg(1, std::ios_base::cur);
-    }
-    TS_LOGI("-- OBU header Info Start --");
-    TS_LOGI("obu_type : %d (%s)", static_cast<int>(obuHdr.mType), name);
-    TS_LOGI("has_size_field : %u", static_cast<unsigned>(obuHdr.mHasSizeField));
-    TS_LOGI("obu_extension_flag : %u", static_cast<unsigned>(obuHdr.mExtensionFlag));
-    TS_LOGI("-- OBU header Info End --");
-    return TS_OK;
+    return ObuReader::ReadHeader(mInputFile, obuHdrSize, obuHdr);
 }
 
-bool AV1StreamParser::IsAnnexBInBitstream() {
-    TS_LOGI("IsAnnexBInBitstream");
-    // temporal_unit_size, frame_unit_size and obu_length: read, not used.
-    for (int line : kLines.annexBSizes) {
-        unsigned long length = 0;
-        unsigned long value = 0;
-        if (ReadLeb128(length, value) != TS_OK) {
-            TS_LOGE("Error. ReadLeb128 Failed");
-            TS_REPORT("readInputFile() != TS_OK", line);
-            return false;
-        }
-    }
-    unsigned long obuHdrSize = 0;
-    ObuHeader obuHdr;
-    if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, kLines.annexBHeader);
-        return false;
-    }
-    if (obuHdr.mType != OBU_TEMPORAL_DELIMITER) {
-        TS_REPORT("obuHdr.mType != ObuType::OBU_TEMPORAL_DELIMITER", kLines.annexBNoDelimiter);
-        return false;
-    }
-    return true;
-}
+bool AV1StreamParser::IsAnnexBInBitstream() { return ObuReader::IsAnnexB(mInputFile); }
 
-bool AV1StreamParser::SawObuHeader() {
-    TS_LOGI("SawObuHeader");
-    mInputFile.seekg(0, std::ios_base::beg);
-    if (IsAnnexBInBitstream()) {
-        mIsAnnexB = true;
-        TS_LOGI("Bitstream is of type Annex-B");
-        return true;
-    }
-    mInputFile.seekg(0, std::ios_base::beg);
-    unsigned long obuHdrSize = 0;
-    ObuHeader obuHdr;
-    if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, kLines.obuHeader);
-        return false;
-    }
-    if (obuHdr.mHasSizeField &&
-        (obuHdr.mType == OBU_SEQUENCE_HEADER || obuHdr.mType == OBU_TEMPORAL_DELIMITER)) {
-        TS_LOGI("Saw OBU Header");
-        return true;
-    }
-    return false;
-}
+bool AV1StreamParser::SawObuHeader() { return ObuReader::SawObuStream(mInputFile, &mIsAnnexB); }
 
 int32_t AV1StreamParser::Init() {
     return OpenAndIndex(kLines.scanner, true, [this] {
@@ -212,7 +107,7 @@ int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable&
         }
         TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, kReadObuHeaderFailed, kLines.unitHeader,
                       TS_ERROR);
-        const bool isDelimiter = obuHdr.mType == OBU_TEMPORAL_DELIMITER;
+        const bool isDelimiter = obuHdr.mType == ObuReader::OBU_TEMPORAL_DELIMITER;
         if (isDelimiter && passedDelimiter) break;  // the next temporal unit starts here
         TS_CHECK(obuHdr.mHasSizeField == false, kLines.noSizeField, TS_ERROR);
         if (ReadLeb128(lebLength, obuSize) != TS_OK) {
@@ -222,7 +117,7 @@ int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable&
         const uint64_t obuTotal = obuHdrSize + lebLength + obuSize;
         if (firstObu || previousWasTileGroup) sliceStart = pos;
         sliceSize += obuTotal;
-        previousWasTileGroup = obuHdr.mType == OBU_TILE_GROUP;
+        previousWasTileGroup = obuHdr.mType == ObuReader::OBU_TILE_GROUP;
         if (previousWasTileGroup) {
             ++sliceCount;
             sliceOffsetTable[sliceCount] = {sliceStart, sliceSize};
@@ -281,17 +176,11 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
         }
         if (mInputFile.eof() || static_cast<uint64_t>(mInputFile.tellg()) == mFileSize) {
             mInputFile.clear();
-            if (!framelist.empty()) {
-                if (mConfigParam.mFrames > frameNum) {
-                    TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-                    framelist.back().mIsLastFrame = 0;
-                    // Rewound without the restart mark: the next call reads
-                    // a frame header at offset 0 unless it is for frame 1.
-                    SeekInput(0);
-                    NotePassEnd();
-                } else {
-                    framelist.back().mIsLastFrame = 1;
-                }
+            // Rewound without the restart mark: the next call reads a frame
+            // header at offset 0 unless it is for frame 1.
+            if (!framelist.empty() &&
+                RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, framelist.back(), 1, kLogTag)) {
+                NotePassEnd();
             }
         }
     } else {

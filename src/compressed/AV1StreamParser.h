@@ -1,5 +1,5 @@
 // AV1StreamParser: the scanner for AV1 input in three framings - an IVF file
-// (read with the VP8/VP9 scanner's IVF code), a low-overhead OBU stream (every
+// (read with IvfReader, through the VP8/VP9 scanner it derives from), a low-overhead OBU stream (every
 // OBU carries its size) and an Annex-B length-delimited stream. One temporal
 // unit is one entry of the frame offset table; in OBU streams every tile-group
 // OBU closes one slice of the unit.
@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "compressed/ObuReader.h"
 #include "compressed/VPXStreamParser.h"
 
 namespace tessaro {
@@ -19,28 +20,8 @@ class AV1StreamParser : public VPXStreamParser {
 public:
     static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::Compressed::AV1";
 
-    enum ObuType : uint32_t {
-        OBU_SEQUENCE_HEADER = 1,
-        OBU_TEMPORAL_DELIMITER = 2,
-        OBU_FRAME_HEADER = 3,
-        OBU_TILE_GROUP = 4,
-        OBU_METADATA = 5,
-        OBU_FRAME = 6,
-        OBU_REDUNDANT_FRAME_HEADER = 7,
-        OBU_TILE_LIST = 8,
-        OBU_PADDING = 15,
-    };
-
-    // One parsed OBU header. The two int32 fields stay -1: the extension byte
-    // is skipped unread.
-    struct ObuHeader {
-        bool mHasSizeField = false;
-        bool mExtensionFlag = false;
-        int32_t mTemporalId = -1;
-        int32_t mSpatialId = -1;
-        uint32_t mType = 0;  // an ObuType, 0 for a type the scanner does not know
-    };
-
+    using ObuType = ObuReader::ObuType;
+    using ObuHeader = ObuReader::ObuHeader;
     using SliceTable = std::unordered_map<uint32_t, std::pair<uint64_t, uint64_t>>;
 
     // Input framing, chosen by Init.
@@ -91,9 +72,6 @@ public:
     uint32_t fileType() const { return mFileType; }
 
 private:
-    // Reads one byte; false at the end of the file or on a read failure.
-    bool ReadByte(uint8_t& byte);
-
     bool mIsAnnexB = false;  // set by SawObuHeader for Annex-B streams
     uint32_t mFileType = 0;  // kFileTypeIvf or kFileTypeObu
 };

@@ -119,13 +119,8 @@ int32_t HEVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameIn
     if (!framelist.empty()) {
         FrameInfo& last = framelist.back();
         last.mLength = mFileSize - last.mOffset;
-        if (mConfigParam.mFrames != 0 && mConfigParam.mFrames > frameNum) {
-            TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-            last.mIsLastFrame = 0;
-            mInputFile.seekg(0, std::ios_base::beg);
+        if (RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, last, sawStartCode ? 1 : 0, kLogTag)) {
             NotePassEnd();
-        } else {
-            last.mIsLastFrame = sawStartCode ? 1 : 0;
         }
         LogLastEntry(kLogTag, framelist);
     }

@@ -104,15 +104,11 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
 
     if (mInputFile.eof() || static_cast<uint64_t>(mInputFile.tellg()) == mFileSize) {
         mInputFile.clear();
-        if (mConfigParam.mFrames <= frameNum) {
-            TS_LOGI("Saw EOS after reading Last Frame");
-            added.mIsLastFrame = 1;
-        } else {
-            TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-            added.mIsLastFrame = 0;
-            SeekInput(0);
+        if (RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, added, 1, kLogTag)) {
             mRestarted = true;
             NotePassEnd();
+        } else {
+            TS_LOGI("Saw EOS after reading Last Frame");
         }
     }
     return TS_OK;
