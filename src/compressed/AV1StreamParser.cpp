@@ -11,8 +11,6 @@ namespace {
 
 constexpr const char* kReadTemporalUnitSizeFailed =
     "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK";
-constexpr const char* kReadObuHeaderFailed =
-    "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
 
 // The line numbers of AV1StreamParser's failed checks (the probes' are ObuReader's).
 constexpr struct {
@@ -105,7 +103,7 @@ int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable&
             TS_LOGI("Reached End of File. Return.");
             break;
         }
-        TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, kReadObuHeaderFailed, kLines.unitHeader,
+        TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, ObuReader::kReadHeaderFailed, kLines.unitHeader,
                       TS_ERROR);
         const bool isDelimiter = obuHdr.mType == ObuReader::OBU_TEMPORAL_DELIMITER;
         if (isDelimiter && passedDelimiter) break;  // the next temporal unit starts here
@@ -145,10 +143,10 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     int32_t status = TS_OK;
     if (ScanEndsAtOnce(kLines.scanner, buffer, &status)) return status;
 
+    unsigned long tuSize = 0;
+    SliceTable sliceOffsetTable;
     if (mFileType == kFileTypeObu) {
         const uint64_t unitStart = static_cast<uint64_t>(mInputFile.tellg());
-        unsigned long tuSize = 0;
-        SliceTable sliceOffsetTable;
         TS_CHECK_TEXT(ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
                       kReadTemporalUnitSizeFailed, kLines.unitSize, TS_ERROR);
         // Back to the unit's first byte: the entry reads the unit from there.
@@ -165,8 +163,6 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
         if (mSliceMode == 1) {
             // The tile groups are looked for from the position after the frame
             // just read, without going back to its start.
-            unsigned long tuSize = 0;
-            SliceTable sliceOffsetTable;
             TS_CHECK_TEXT(
                 ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
                 kReadTemporalUnitSizeFailed, kLines.ivfSlices, TS_ERROR);

@@ -16,8 +16,6 @@ constexpr const char* kObuTypeNames[16] = {
     "OBU_TILE_LIST",  nullptr,               nullptr,                  nullptr,
     nullptr,          nullptr,               nullptr,                  "OBU_PADDING"};
 
-constexpr const char* kReadObuHeaderFailed = "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
-
 // The line numbers of the probes' failed checks.
 constexpr struct {
     int annexBSizes[3] = {119, 122, 125};  // temporal_unit_size, frame_unit_size, obu_length unreadable
@@ -100,7 +98,7 @@ bool ObuReader::IsAnnexB(ByteSource& in) {
     unsigned long obuHdrSize = 0;
     ObuHeader obuHdr;
     if (ReadHeader(in, obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, kLines.annexBHeader);
+        TS_REPORT(kReadHeaderFailed, kLines.annexBHeader);
         return false;
     }
     if (obuHdr.mType != OBU_TEMPORAL_DELIMITER) {
@@ -122,7 +120,7 @@ bool ObuReader::SawObuStream(ByteSource& in, bool* annexB) {
     unsigned long obuHdrSize = 0;
     ObuHeader obuHdr;
     if (ReadHeader(in, obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, kLines.obuHeader);
+        TS_REPORT(kReadHeaderFailed, kLines.obuHeader);
         return false;
     }
     if (obuHdr.mHasSizeField && (obuHdr.mType == OBU_SEQUENCE_HEADER || obuHdr.mType == OBU_TEMPORAL_DELIMITER)) {

@@ -36,6 +36,9 @@ public:
         uint32_t mType = 0;  // an ObuType, 0 for a type the scanner does not know
     };
 
+    // The failed check a scanner reports when ReadHeader fails.
+    static constexpr const char* kReadHeaderFailed = "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
+
     // Reads a LEB128 value. At the end of the file, before any byte, returns
     // TS_OK with length 0 and value unchanged.
     static int32_t ReadLeb128(ByteSource& in, unsigned long& length, unsigned long& value);
