@@ -48,20 +48,11 @@ public:
     int32_t ULebDecode(const unsigned char* data, unsigned long available, unsigned long* value,
                        unsigned long* length);
 
-    // Reads a LEB128 value from the input. At the end of the file, before any
-    // byte, returns TS_OK with length 0 and value unchanged.
+    // ObuReader's ReadLeb128, IsAnnexB, SawObuStream (setting mIsAnnexB) and
+    // ReadHeader on this parser's input.
     int32_t ReadLeb128(unsigned long& length, unsigned long& value);
-
-    // Probes from the start of the file: three LEB128 sizes then a temporal
-    // delimiter OBU header make an Annex-B stream.
     bool IsAnnexBInBitstream();
-
-    // Probes for an OBU stream (Annex-B first, then a first OBU that is a
-    // sequence header or temporal delimiter with its size field).
     bool SawObuHeader();
-
-    // Reads one OBU header at the current position, adds its size (1, or 2
-    // with the extension byte, which is skipped) to obuHdrSize and logs it.
     int32_t ReadObuHeader(unsigned long& obuHdrSize, ObuHeader& obuHdr);
 
     // Measures the temporal unit at the current position into tuSize and, in
