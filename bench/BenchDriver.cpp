@@ -34,7 +34,7 @@
 #include <string>
 
 #include "ClientPattern.h"
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 #include "compressed/StreamParserCompressed.h"
 #include "framework/ClientBufferIo.h"
 #include "tessaro/Tessaro.h"

@@ -1,27 +1,29 @@
 #include "compressed/APVStreamParser.h"
 
+#include "compressed/FrameList.h"
+
 namespace tessaro {
 namespace {
 
 // The line numbers of APVStreamParser's failed checks.
-constexpr StreamParserCompressed::ScannerLines kLines{APVStreamParser::kLogTag, 23, 29, 36, 88, 89, 91};
-constexpr int kEntryFailedLine = 158;
 constexpr struct {
-    int atEof = 50;
-    int nullBuffer = 51;
-    int tooLarge = 52;
-} kEntryLines;
+    StreamParserCompressed::ScannerLines scanner{APVStreamParser::kLogTag, 23, 29, 36, 88, 89, 91};
+    int entryFailed = 158;     // "ret != TS_OK"
+    int entryAtEof = 50;       // "mInputFile.eof()" in CreateEntryInFrameList
+    int entryNullBuffer = 51;  // "buffer == nullptr" in CreateEntryInFrameList
+    int entryTooLarge = 52;    // "maxBufSize < frameSize"
+} kLines;
 
 }  // namespace
 
-int32_t APVStreamParser::Init() { return OpenAndIndex(kLines, false); }
+int32_t APVStreamParser::Init() { return OpenAndIndex(kLines.scanner, false); }
 
 int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ReadfromInputFile");
     int32_t status = TS_OK;
-    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
+    if (ScanEndsAtOnce(kLines.scanner, buffer, &status)) return status;
 
     unsigned char sizeField[4];
     mInputFile.read(sizeField, sizeof(sizeField));
@@ -39,7 +41,7 @@ int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
         // auSize < maxBufSize, so adding the size field cannot wrap.
         int32_t ret = CreateEntryInFrameList(frameNum, framelist, maxBufSize,
                                              auSize + static_cast<uint32_t>(mSizeFieldLen), buffer);
-        TS_CHECK(ret != TS_OK, kEntryFailedLine, TS_ERROR);
+        TS_CHECK(ret != TS_OK, kLines.entryFailed, TS_ERROR);
         mInputFile.seekg(static_cast<int64_t>(auSize), std::ios_base::cur);
         return TS_OK;
     }
@@ -51,13 +53,8 @@ int32_t APVStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     if (framelist.empty()) return TS_OK;
     FrameInfo& last = framelist.back();
     last.mLength = mFileSize - last.mOffset;
-    if (mConfigParam.mFrames > frameNum) {
-        TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-        last.mIsLastFrame = 0;
-        mInputFile.seekg(0, std::ios_base::beg);
-    } else {
-        last.mIsLastFrame = 1;
-    }
+    // A rewind here ends no pass: later entries are never marked last again.
+    RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, last, 1, kLogTag);
     LogLastEntry(kLogTag, framelist);
     return TS_OK;
 }
@@ -67,19 +64,14 @@ int32_t APVStreamParser::CreateEntryInFrameList(uint32_t frameNum,
                                                 uint32_t maxBufSize, uint32_t frameSize,
                                                 std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("CreateEntryInFrameList");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", kEntryLines.atEof, TS_OK);
-    TS_CHECK(buffer == nullptr, kEntryLines.nullBuffer, -2);
-    TS_CHECK(maxBufSize < frameSize, kEntryLines.tooLarge, -4);
+    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", kLines.entryAtEof, TS_OK);
+    TS_CHECK(buffer == nullptr, kLines.entryNullBuffer, -2);
+    TS_CHECK(maxBufSize < frameSize, kLines.entryTooLarge, -4);
 
-    FrameInfo entry;
-    entry.mOffset =
-        static_cast<uint64_t>(mInputFile.tellg()) - static_cast<uint64_t>(mSizeFieldLen);
-    entry.mLength = frameSize;
-    entry.mFrameNum = frameNum;
-    entry.mFrameType = FRAME_TYPE_SYNC;
-    framelist.push_back(entry);
+    FrameInfo& added = AppendUnit(framelist, static_cast<uint64_t>(mInputFile.tellg()) - mSizeFieldLen,
+                                  frameNum, FRAME_TYPE_SYNC);
+    added.mLength = frameSize;
     LogLastEntry(kLogTag, framelist);
-    FrameInfo& added = framelist.back();
 
     mBytesListed += frameSize;
     if (mBytesListed == mFileSize) {

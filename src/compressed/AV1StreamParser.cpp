@@ -3,174 +3,60 @@
 #include <functional>
 #include <string>
 
+#include "compressed/FrameList.h"
 #include "compressed/Leb128.h"
 
 namespace tessaro {
 namespace {
 
-// The name logged for a known OBU type, or nullptr.
-const char* ObuTypeName(uint32_t type) {
-    switch (type) {
-        case AV1StreamParser::OBU_SEQUENCE_HEADER: return "OBU_SEQUENCE_HEADER";
-        case AV1StreamParser::OBU_TEMPORAL_DELIMITER: return "OBU_TEMPORAL_DELIMITER";
-        case AV1StreamParser::OBU_FRAME_HEADER: return "OBU_FRAME_HEADER";
-        case AV1StreamParser::OBU_TILE_GROUP: return "OBU_TILE_GROUP";
-        case AV1StreamParser::OBU_METADATA: return "OBU_METADATA";
-        case AV1StreamParser::OBU_FRAME: return "OBU_FRAME";
-        case AV1StreamParser::OBU_REDUNDANT_FRAME_HEADER: return "OBU_REDUNDANT_FRAME_HEADER";
-        case AV1StreamParser::OBU_TILE_LIST: return "OBU_TILE_LIST";
-        case AV1StreamParser::OBU_PADDING: return "OBU_PADDING";
-        default: return nullptr;
-    }
-}
-
 constexpr const char* kReadTemporalUnitSizeFailed =
     "ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK";
-constexpr const char* kReadObuHeaderFailed =
-    "ReadObuHeader(std::ref(obuHdrSize), std::ref(obuHdr)) != TS_OK";
 
-// The line numbers of AV1StreamParser's failed checks.
-constexpr StreamParserCompressed::ScannerLines kLines{AV1StreamParser::kLogTag, 181, 201, 210, 431, 432, 434};
+// The line numbers of AV1StreamParser's failed checks (the probes' are ObuReader's).
+constexpr struct {
+    StreamParserCompressed::ScannerLines scanner{AV1StreamParser::kLogTag, 181, 201, 210, 431, 432, 434};
+    int unitHeader = 374;                  // an OBU header of a temporal unit unreadable
+    int noSizeField = 385;                 // "obuHdr.mHasSizeField == false"
+    int ivfFrame = 449;                    // the IVF frame unreadable
+    int ivfSlices = 456;                   // the tile groups after an IVF frame unreadable
+    int unitSize = 483;                    // a temporal unit of an OBU stream unmeasurable
+    int unitEntry = 489;                   // "ret != TS_OK"
+} kLines;
 
 }  // namespace
-
-bool AV1StreamParser::ReadByte(uint8_t& byte) { return static_cast<bool>(mInputFile.get(byte)); }
 
 int32_t AV1StreamParser::ULebDecode(const unsigned char* data, unsigned long available,
                                     unsigned long* value, unsigned long* length) {
     if (data == nullptr || value == nullptr) return TS_ERROR;
     *value = 0;
-    if (available == 0) return TS_ERROR;
+    unsigned long used = 0;
     Leb128Decoder decoder;
-    for (unsigned long i = 0; i < available; ++i) {
-        const Leb128Decoder::Step step = decoder.Push(data[i]);
-        *value = static_cast<unsigned long>(decoder.value());
-        if (step == Leb128Decoder::Step::kInvalid) return TS_ERROR;
-        if (step == Leb128Decoder::Step::kDone) {
-            if (length != nullptr) *length = decoder.length();
-            return TS_OK;
-        }
-    }
-    return TS_ERROR;  // the bytes ran out before the last group
+    const Leb128Decoder::Step step = decoder.Decode([&](uint8_t& byte) {
+        if (used == available) return false;
+        byte = data[used++];
+        return true;
+    });
+    *value = static_cast<unsigned long>(decoder.value());
+    if (step != Leb128Decoder::Step::kDone) return TS_ERROR;  // invalid, or the bytes ran out
+    if (length != nullptr) *length = decoder.length();
+    return TS_OK;
 }
 
 int32_t AV1StreamParser::ReadLeb128(unsigned long& length, unsigned long& value) {
-    TS_LOGI("ReadLeb128");
-    uint8_t byte = 0;
-    if (!ReadByte(byte)) {
-        if (mInputFile.eof()) {
-            TS_LOGI("Reached End Of File");
-            length = 0;
-            return TS_OK;
-        }
-        TS_LOGE("Error. Ran out-of-data before completing Read of Value");
-        return TS_ERROR;
-    }
-    Leb128Decoder decoder;
-    Leb128Decoder::Step step = decoder.Push(byte);
-    while (step == Leb128Decoder::Step::kNeedMore) {
-        if (!ReadByte(byte)) {
-            TS_LOGE("Error. Ran out-of-data before completing Read of Value");
-            return TS_ERROR;
-        }
-        step = decoder.Push(byte);
-    }
-    length = decoder.length();
-    value = static_cast<unsigned long>(decoder.value());
-    if (step == Leb128Decoder::Step::kInvalid) {
-        TS_LOGE("Error. Failed to Decode LEB for Index[%d]", static_cast<int>(length));
-        return TS_ERROR;
-    }
-    return TS_OK;
+    return ObuReader::ReadLeb128(mInputFile, length, value);
 }
 
 int32_t AV1StreamParser::ReadObuHeader(unsigned long& obuHdrSize, ObuHeader& obuHdr) {
-    TS_LOGI("ReadObuHeader");
-    uint8_t byte = 0;
-    if (!ReadByte(byte)) {
-        TS_LOGE("Error. Failed to Read from File");
-        return TS_ERROR;
-    }
-    if (byte & 0x80) {  // obu_forbidden_bit
-        TS_LOGE("Error. Invalid OBU Header");
-        return TS_ERROR;
-    }
-    const uint32_t type = (byte >> 3) & 0x0F;
-    const char* name = ObuTypeName(type);
-    if (name != nullptr) {
-        obuHdr.mType = type;
-    } else {
-        TS_LOGE("Unknown Obu Type: %d", static_cast<int>(type));
-        obuHdr.mType = 0;
-        name = "";
-    }
-    obuHdr.mHasSizeField = (byte >> 1) & 1;
-    obuHdr.mExtensionFlag = (byte >> 2) & 1;
-    obuHdrSize += 1;
-    if (obuHdr.mExtensionFlag) {
-        obuHdrSize += 1;
-        mInputFile.seekg(1, std::ios_base::cur);
-    }
-    TS_LOGI("-- OBU header Info Start --");
-    TS_LOGI("obu_type : %d (%s)", static_cast<int>(obuHdr.mType), name);
-    TS_LOGI("has_size_field : %u", static_cast<unsigned>(obuHdr.mHasSizeField));
-    TS_LOGI("obu_extension_flag : %u", static_cast<unsigned>(obuHdr.mExtensionFlag));
-    TS_LOGI("-- OBU header Info End --");
-    return TS_OK;
+    return ObuReader::ReadHeader(mInputFile, obuHdrSize, obuHdr);
 }
 
-bool AV1StreamParser::IsAnnexBInBitstream() {
-    TS_LOGI("IsAnnexBInBitstream");
-    // temporal_unit_size, frame_unit_size and obu_length: read, not used.
-    static constexpr int kLines[3] = {119, 122, 125};
-    for (int line : kLines) {
-        unsigned long length = 0;
-        unsigned long value = 0;
-        if (ReadLeb128(length, value) != TS_OK) {
-            TS_LOGE("Error. ReadLeb128 Failed");
-            TS_REPORT("readInputFile() != TS_OK", line);
-            return false;
-        }
-    }
-    unsigned long obuHdrSize = 0;
-    ObuHeader obuHdr;
-    if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, 133);
-        return false;
-    }
-    if (obuHdr.mType != OBU_TEMPORAL_DELIMITER) {
-        TS_REPORT("obuHdr.mType != ObuType::OBU_TEMPORAL_DELIMITER", 137);
-        return false;
-    }
-    return true;
-}
+bool AV1StreamParser::IsAnnexBInBitstream() { return ObuReader::IsAnnexB(mInputFile); }
 
-bool AV1StreamParser::SawObuHeader() {
-    TS_LOGI("SawObuHeader");
-    mInputFile.seekg(0, std::ios_base::beg);
-    if (IsAnnexBInBitstream()) {
-        mIsAnnexB = true;
-        TS_LOGI("Bitstream is of type Annex-B");
-        return true;
-    }
-    mInputFile.seekg(0, std::ios_base::beg);
-    unsigned long obuHdrSize = 0;
-    ObuHeader obuHdr;
-    if (ReadObuHeader(obuHdrSize, obuHdr) != TS_OK) {
-        TS_REPORT(kReadObuHeaderFailed, 161);
-        return false;
-    }
-    if (obuHdr.mHasSizeField &&
-        (obuHdr.mType == OBU_SEQUENCE_HEADER || obuHdr.mType == OBU_TEMPORAL_DELIMITER)) {
-        TS_LOGI("Saw OBU Header");
-        return true;
-    }
-    return false;
-}
+bool AV1StreamParser::SawObuHeader() { return ObuReader::SawObuStream(mInputFile, &mIsAnnexB); }
 
 int32_t AV1StreamParser::Init() {
-    return OpenAndIndex(kLines, true, [this] {
-        if (SawDKIFHeader()) {
+    return OpenAndIndex(kLines.scanner, true, [this] {
+        if (IvfReader::SawSignature(mInputFile)) {
             TS_LOGI("Input File has IVF Header");
             mIvfMode = kIvfWithFileHeader;
             mFileType = kFileTypeIvf;
@@ -217,11 +103,11 @@ int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable&
             TS_LOGI("Reached End of File. Return.");
             break;
         }
-        TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, kReadObuHeaderFailed, 374,
+        TS_CHECK_TEXT(ReadObuHeader(obuHdrSize, obuHdr) != TS_OK, ObuReader::kReadHeaderFailed, kLines.unitHeader,
                       TS_ERROR);
-        const bool isDelimiter = obuHdr.mType == OBU_TEMPORAL_DELIMITER;
+        const bool isDelimiter = obuHdr.mType == ObuReader::OBU_TEMPORAL_DELIMITER;
         if (isDelimiter && passedDelimiter) break;  // the next temporal unit starts here
-        TS_CHECK(obuHdr.mHasSizeField == false, 385, TS_ERROR);
+        TS_CHECK(obuHdr.mHasSizeField == false, kLines.noSizeField, TS_ERROR);
         if (ReadLeb128(lebLength, obuSize) != TS_OK) {
             TS_LOGE("Error. ReadLeb128 Failed");
             return TS_ERROR;
@@ -229,7 +115,7 @@ int32_t AV1StreamParser::ReadTemporalUnitSize(unsigned long& tuSize, SliceTable&
         const uint64_t obuTotal = obuHdrSize + lebLength + obuSize;
         if (firstObu || previousWasTileGroup) sliceStart = pos;
         sliceSize += obuTotal;
-        previousWasTileGroup = obuHdr.mType == OBU_TILE_GROUP;
+        previousWasTileGroup = obuHdr.mType == ObuReader::OBU_TILE_GROUP;
         if (previousWasTileGroup) {
             ++sliceCount;
             sliceOffsetTable[sliceCount] = {sliceStart, sliceSize};
@@ -255,50 +141,42 @@ int32_t AV1StreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGW("ReadfromInputFile");
     int32_t status = TS_OK;
-    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
+    if (ScanEndsAtOnce(kLines.scanner, buffer, &status)) return status;
 
+    unsigned long tuSize = 0;
+    SliceTable sliceOffsetTable;
     if (mFileType == kFileTypeObu) {
         const uint64_t unitStart = static_cast<uint64_t>(mInputFile.tellg());
-        unsigned long tuSize = 0;
-        SliceTable sliceOffsetTable;
         TS_CHECK_TEXT(ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
-                      kReadTemporalUnitSizeFailed, 483, TS_ERROR);
+                      kReadTemporalUnitSizeFailed, kLines.unitSize, TS_ERROR);
         // Back to the unit's first byte: the entry reads the unit from there.
         SeekInput(unitStart);
         int32_t ret = VPXStreamParser::CreateEntryInFrameList(
             frameNum, framelist, maxBufSize, static_cast<uint32_t>(tuSize), buffer);
-        TS_CHECK(ret != TS_OK, 489, TS_ERROR);
+        TS_CHECK(ret != TS_OK, kLines.unitEntry, TS_ERROR);
         if (!framelist.empty()) framelist.back().mSliceOffsetTable = std::move(sliceOffsetTable);
     } else if (mFileType == kFileTypeIvf) {
         TS_CHECK_TEXT(
             VPXStreamParser::ReadfromInputFile(frameNum, framelist, maxBufSize, buffer) != TS_OK,
             "VPXStreamParser::ReadfromInputFile( frameNum, framelist, maxBufSize, buffer) != TS_OK",
-            449, TS_ERROR);
+            kLines.ivfFrame, TS_ERROR);
         if (mSliceMode == 1) {
             // The tile groups are looked for from the position after the frame
             // just read, without going back to its start.
-            unsigned long tuSize = 0;
-            SliceTable sliceOffsetTable;
             TS_CHECK_TEXT(
                 ReadTemporalUnitSize(std::ref(tuSize), std::ref(sliceOffsetTable)) != TS_OK,
-                kReadTemporalUnitSizeFailed, 456, TS_ERROR);
+                kReadTemporalUnitSizeFailed, kLines.ivfSlices, TS_ERROR);
             if (!framelist.empty()) {
                 framelist.back().mSliceOffsetTable = std::move(sliceOffsetTable);
             }
         }
         if (mInputFile.eof() || static_cast<uint64_t>(mInputFile.tellg()) == mFileSize) {
             mInputFile.clear();
-            if (!framelist.empty()) {
-                if (mConfigParam.mFrames > frameNum) {
-                    TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-                    framelist.back().mIsLastFrame = 0;
-                    // Rewound without the restart mark: the next call reads
-                    // a frame header at offset 0 unless it is for frame 1.
-                    SeekInput(0);
-                    NotePassEnd();
-                } else {
-                    framelist.back().mIsLastFrame = 1;
-                }
+            // Rewound without the restart mark: the next call reads a frame
+            // header at offset 0 unless it is for frame 1.
+            if (!framelist.empty() &&
+                RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, framelist.back(), 1, kLogTag)) {
+                NotePassEnd();
             }
         }
     } else {

@@ -1,5 +1,5 @@
 // AV1StreamParser: the scanner for AV1 input in three framings - an IVF file
-// (read with the VP8/VP9 scanner's IVF code), a low-overhead OBU stream (every
+// (read with IvfReader, through the VP8/VP9 scanner it derives from), a low-overhead OBU stream (every
 // OBU carries its size) and an Annex-B length-delimited stream. One temporal
 // unit is one entry of the frame offset table; in OBU streams every tile-group
 // OBU closes one slice of the unit.
@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "compressed/ObuReader.h"
 #include "compressed/VPXStreamParser.h"
 
 namespace tessaro {
@@ -19,28 +20,8 @@ class AV1StreamParser : public VPXStreamParser {
 public:
     static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::Compressed::AV1";
 
-    enum ObuType : uint32_t {
-        OBU_SEQUENCE_HEADER = 1,
-        OBU_TEMPORAL_DELIMITER = 2,
-        OBU_FRAME_HEADER = 3,
-        OBU_TILE_GROUP = 4,
-        OBU_METADATA = 5,
-        OBU_FRAME = 6,
-        OBU_REDUNDANT_FRAME_HEADER = 7,
-        OBU_TILE_LIST = 8,
-        OBU_PADDING = 15,
-    };
-
-    // One parsed OBU header. The two int32 fields stay -1: the extension byte
-    // is skipped unread.
-    struct ObuHeader {
-        bool mHasSizeField = false;
-        bool mExtensionFlag = false;
-        int32_t mTemporalId = -1;
-        int32_t mSpatialId = -1;
-        uint32_t mType = 0;  // an ObuType, 0 for a type the scanner does not know
-    };
-
+    using ObuType = ObuReader::ObuType;
+    using ObuHeader = ObuReader::ObuHeader;
     using SliceTable = std::unordered_map<uint32_t, std::pair<uint64_t, uint64_t>>;
 
     // Input framing, chosen by Init.
@@ -67,20 +48,11 @@ public:
     int32_t ULebDecode(const unsigned char* data, unsigned long available, unsigned long* value,
                        unsigned long* length);
 
-    // Reads a LEB128 value from the input. At the end of the file, before any
-    // byte, returns TS_OK with length 0 and value unchanged.
+    // ObuReader's ReadLeb128, IsAnnexB, SawObuStream (setting mIsAnnexB) and
+    // ReadHeader on this parser's input.
     int32_t ReadLeb128(unsigned long& length, unsigned long& value);
-
-    // Probes from the start of the file: three LEB128 sizes then a temporal
-    // delimiter OBU header make an Annex-B stream.
     bool IsAnnexBInBitstream();
-
-    // Probes for an OBU stream (Annex-B first, then a first OBU that is a
-    // sequence header or temporal delimiter with its size field).
     bool SawObuHeader();
-
-    // Reads one OBU header at the current position, adds its size (1, or 2
-    // with the extension byte, which is skipped) to obuHdrSize and logs it.
     int32_t ReadObuHeader(unsigned long& obuHdrSize, ObuHeader& obuHdr);
 
     // Measures the temporal unit at the current position into tuSize and, in
@@ -91,9 +63,6 @@ public:
     uint32_t fileType() const { return mFileType; }
 
 private:
-    // Reads one byte; false at the end of the file or on a read failure.
-    bool ReadByte(uint8_t& byte);
-
     bool mIsAnnexB = false;  // set by SawObuHeader for Annex-B streams
     uint32_t mFileType = 0;  // kFileTypeIvf or kFileTypeObu
 };

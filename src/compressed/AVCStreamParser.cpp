@@ -1,14 +1,18 @@
 #include "compressed/AVCStreamParser.h"
 
 #include "compressed/ExpGolomb.h"
-#include "compressed/StartCodeAccumulator.h"
+#include "compressed/FrameList.h"
+#include "compressed/NalIterator.h"
+#include "compressed/PictureSlices.h"
 
 namespace tessaro {
 namespace {
 
 // The line numbers of AVCStreamParser's failed checks.
-constexpr StreamParserCompressed::ScannerLines kLines{AVCStreamParser::kLogTag, 23, 29, 38, 199, 200, 202};
-constexpr int kSlicesNullBufferLine = 48;
+constexpr struct {
+    StreamParserCompressed::ScannerLines scanner{AVCStreamParser::kLogTag, 23, 29, 38, 199, 200, 202};
+    int slicesNullBuffer = 48;  // "buffer == nullptr" in ParseSlicesFromFrame
+} kLines;
 
 constexpr uint32_t kNalSps = 7;
 constexpr uint32_t kNalPps = 8;
@@ -29,18 +33,14 @@ uint64_t ScanLimit(uint32_t maxBufSize) { return maxBufSize > 5 ? maxBufSize - 5
 
 }  // namespace
 
-int32_t AVCStreamParser::Init() { return OpenAndIndex(kLines, true); }
-
-uint64_t AVCStreamParser::UnitStart() {
-    return static_cast<uint64_t>(mInputFile.tellg()) - mPrefixLen;
-}
+int32_t AVCStreamParser::Init() { return OpenAndIndex(kLines.scanner, true); }
 
 int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                                            uint32_t maxBufSize,
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ReadfromInputFile");
     int32_t status = TS_OK;
-    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
+    if (ScanEndsAtOnce(kLines.scanner, buffer, &status)) return status;
 
     TS_LOGI("Resetting Configs..");
     mBoundaryCount = 0;
@@ -52,40 +52,21 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
     bool entryOpen = false;     // the last entry's length is still to be fixed
     bool sawStartCode = false;  // this call found at least one start code
     mFrameStart = static_cast<uint64_t>(mInputFile.tellg());
-    const uint64_t limit = ScanLimit(maxBufSize);
-    StartCodeAccumulator startCode;
-
-    auto closeLast = [&]() {
-        FrameInfo& last = framelist.back();
-        last.mLength = UnitStart() - last.mOffset;
+    NalIterator nal(mInputFile, mBytesScanned, mPrefixLen, ScanLimit(maxBufSize), kLogTag);
+    auto closeLast = [&]() { framelist.back().mLength = nal.UnitStart() - framelist.back().mOffset; };
+    auto logLastAndMoveOn = [&]() {
+        LogLastEntry(kLogTag, framelist);
+        mFrameStart += framelist.back().mLength;
     };
 
     while (mBoundaryCount < 2) {
-        if (mBytesScanned >= limit) {
-            TS_LOGI("Buffer is Full.");
-            break;
-        }
-        // Bulk data up to the next possible start code, as the loop would read it.
-        if (const uint64_t skipped = mInputFile.SkipNoStartCode(startCode, limit - mBytesScanned)) {
-            mBytesScanned += skipped;
-            continue;
-        }
-        uint8_t byte = 0;
-        if (!mInputFile.get(byte)) {
-            return HandleEndOfData(frameNum, framelist, entryOpen, sawStartCode, true);
-        }
-        ++mBytesScanned;
-        const uint32_t startCodeLen = startCode.Push(byte);
-        if (startCodeLen == 0) continue;
-        mPrefixLen = startCodeLen;
-        sawStartCode = true;
-
+        const NalIterator::Step step = nal.Next();
+        if (step == NalIterator::Step::kFull) break;
+        sawStartCode = sawStartCode || step == NalIterator::Step::kUnit;
         uint8_t header = 0;
-        if (!mInputFile.get(header)) {
+        if (step == NalIterator::Step::kNoData || !nal.Take(&header, 1)) {
             return HandleEndOfData(frameNum, framelist, entryOpen, sawStartCode, true);
         }
-        ++mPrefixLen;
-        ++mBytesScanned;
         const uint32_t type = header & 0x1F;
 
         if (EndsPicture(header)) {
@@ -95,15 +76,8 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                 entryOpen = false;
             }
             if (mBoundaryCount != 2 && (type == kNalSps || type == kNalPps)) {
-                if (!framelist.empty()) {
-                    LogLastEntry(kLogTag, framelist);
-                    mFrameStart += framelist.back().mLength;
-                }
-                FrameInfo config;
-                config.mOffset = UnitStart();
-                config.mFrameNum = frameNum;
-                config.mFrameType = FRAME_TYPE_CODEC_CONFIG;
-                framelist.push_back(std::move(config));
+                if (!framelist.empty()) logLastAndMoveOn();
+                AppendUnit(framelist, nal.UnitStart(), frameNum, FRAME_TYPE_CODEC_CONFIG);
                 entryOpen = true;
             }
             continue;  // SEI and delimiters get no entry of their own
@@ -112,12 +86,9 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
 
         // A slice (types 1 to 5): peek at the start of its header.
         uint8_t peek[4] = {};
-        if (!mInputFile.read(peek, sizeof peek)) {
+        if (!nal.Take(peek, sizeof peek)) {
             return HandleEndOfData(frameNum, framelist, entryOpen, sawStartCode, true);
         }
-        mPrefixLen += 4;
-        mBytesScanned += 4;
-
         bool pictureOpen = false;
         if (!framelist.empty() && entryOpen) {
             if (framelist.back().mFrameType == FRAME_TYPE_CODEC_CONFIG) {
@@ -137,18 +108,12 @@ int32_t AVCStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
             ++mBoundaryCount;
             if (!framelist.empty() && pictureOpen) {
                 closeLast();
-                LogLastEntry(kLogTag, framelist);
-                mFrameStart += framelist.back().mLength;
+                logLastAndMoveOn();
             }
             if (mBoundaryCount != 2) {
-                FrameInfo picture;
-                picture.mOffset = mFrameStart;
-                picture.mFrameNum = frameNum;
-                picture.mFrameType = type == kNalIdr ? FRAME_TYPE_SYNC : FRAME_TYPE_NON_SYNC;
-                framelist.push_back(std::move(picture));
+                AppendUnit(framelist, mFrameStart, frameNum, type == kNalIdr ? FRAME_TYPE_SYNC : FRAME_TYPE_NON_SYNC);
                 entryOpen = true;
-                if (mSliceMode == 1 &&
-                    ParseSlicesFromFrame(framelist, maxBufSize, buffer) != TS_OK) {
+                if (mSliceMode == 1 && ParseSlicesFromFrame(framelist, maxBufSize, buffer) != TS_OK) {
                     return HandleEndOfData(frameNum, framelist, entryOpen, sawStartCode, false);
                 }
             }
@@ -174,11 +139,7 @@ int32_t AVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameInf
 
     if (!entryOpen && mConfigClosedBySlice == 1) {
         // Slices that continued no picture of this call: an empty picture entry.
-        FrameInfo orphan;
-        orphan.mOffset = mFrameStart;
-        orphan.mFrameNum = frameNum;
-        orphan.mFrameType = FRAME_TYPE_NON_SYNC;
-        framelist.push_back(std::move(orphan));
+        AppendUnit(framelist, mFrameStart, frameNum, FRAME_TYPE_NON_SYNC);
     }
     if (framelist.empty() || !entryOpen) return TS_OK;
 
@@ -191,13 +152,8 @@ int32_t AVCStreamParser::HandleEndOfData(uint32_t frameNum, std::vector<FrameInf
     } else {
         last.mLength = mFileSize - last.mOffset;
     }
-    if (mConfigParam.mFrames != 0 && mConfigParam.mFrames > frameNum) {
-        TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-        last.mIsLastFrame = 0;
-        mInputFile.seekg(0);
+    if (RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, last, sawStartCode ? 1 : 0, kLogTag)) {
         NotePassEnd();
-    } else {
-        last.mIsLastFrame = sawStartCode ? 1 : 0;
     }
     LogLastEntry(kLogTag, framelist);
     return TS_OK;
@@ -207,93 +163,37 @@ int32_t AVCStreamParser::ParseSlicesFromFrame(std::vector<FrameInfo>& framelist,
                                               uint32_t maxBufSize,
                                               std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ParseSlicesFromFrame");
-    TS_CHECK(buffer == nullptr, kSlicesNullBufferLine, -4);
+    TS_CHECK(buffer == nullptr, kLines.slicesNullBuffer, -4);
     if (framelist.empty()) return TS_ERROR;
 
-    FrameInfo& entry = framelist.back();
-    auto& slices = entry.mSliceOffsetTable;
-    uint32_t sliceNum = 1;
-    // The slice that opened the picture starts at its own start code.
-    slices[sliceNum] = {UnitStart(), 0};
-
-    if (mBoundaryCount <= 1) {
-        const uint64_t limit = ScanLimit(maxBufSize);
-        StartCodeAccumulator startCode;
-        for (;;) {
-            if (mBytesScanned >= limit) {
-                TS_LOGI("Buffer is Full.");
-                break;
-            }
-            if (const uint64_t skipped =
-                    mInputFile.SkipNoStartCode(startCode, limit - mBytesScanned)) {
-                mBytesScanned += skipped;
-                continue;
-            }
-            uint8_t byte = 0;
-            if (!mInputFile.get(byte)) return HandleSliceEndOfData(entry, sliceNum);
-            ++mBytesScanned;
-            const uint32_t startCodeLen = startCode.Push(byte);
-            if (startCodeLen == 0) continue;
-            mPrefixLen = startCodeLen;
-
-            uint8_t header = 0;
-            if (!mInputFile.get(header)) return HandleSliceEndOfData(entry, sliceNum);
-            ++mPrefixLen;
-            ++mBytesScanned;
-            if (!IsWholeSlice(header)) {
-                // Data partitions (types 2 to 4) are passed over here.
-                if (EndsPicture(header)) {
-                    ++mBoundaryCount;
-                    break;
-                }
-                continue;
-            }
-
-            uint8_t peek[4] = {};
-            if (!mInputFile.read(peek, sizeof peek)) return HandleSliceEndOfData(entry, sliceNum);
-            mPrevFirstMb = mCurFirstMb;
-            mBytesScanned += 4;
-            mPrefixLen += 4;
-            mCurFirstMb = DecodeUeFromFourBytes(peek);
-            if (mCurFirstMb <= mPrevFirstMb) {
-                mConfigClosedBySlice = 0;
+    NalIterator nal(mInputFile, mBytesScanned, mPrefixLen, ScanLimit(maxBufSize), kLogTag);
+    PictureSlices slices(framelist.back(), nal.UnitStart(), kLogTag, LogSliceRange);
+    auto endOfData = [&] { return slices.EndOfData(mInputFile.eof(), mFileSize, "Error. Failed to Read from File."); };
+    while (mBoundaryCount <= 1) {
+        const NalIterator::Step step = nal.Next();
+        if (step == NalIterator::Step::kFull) break;
+        uint8_t header = 0;
+        if (step == NalIterator::Step::kNoData || !nal.Take(&header, 1)) return endOfData();
+        if (!IsWholeSlice(header)) {
+            // Data partitions (types 2 to 4) are passed over here.
+            if (EndsPicture(header)) {
                 ++mBoundaryCount;
                 break;
             }
-            // Another slice of the same picture.
-            const uint64_t start = UnitStart();
-            slices[sliceNum].second = start - slices[sliceNum].first;
-            LogSliceRange(kLogTag, sliceNum, slices[sliceNum]);
-            ++sliceNum;
-            slices[sliceNum] = {start, 0};
-            if (mBoundaryCount >= 2) break;
+            continue;
         }
+        uint8_t peek[4] = {};
+        if (!nal.Take(peek, sizeof peek)) return endOfData();
+        mPrevFirstMb = mCurFirstMb;
+        mCurFirstMb = DecodeUeFromFourBytes(peek);
+        if (mCurFirstMb <= mPrevFirstMb) {
+            mConfigClosedBySlice = 0;
+            ++mBoundaryCount;
+            break;
+        }
+        slices.Next(nal.UnitStart());  // another slice of the same picture
     }
-
-    const uint64_t end = UnitStart();
-    slices[sliceNum].second = end - slices[sliceNum].first;
-    entry.mLength = end - entry.mOffset;
-    LogSliceRange(kLogTag, sliceNum, slices[sliceNum]);
-    return TS_OK;
-}
-
-int32_t AVCStreamParser::HandleSliceEndOfData(FrameInfo& entry, uint32_t sliceNum) {
-    TS_LOGE("Error. Failed to Read from File.");
-    TS_LOGI("File Read Error");
-    auto& slices = entry.mSliceOffsetTable;
-    uint64_t sliceOffset = 0;
-    if (mInputFile.eof()) {
-        auto& slice = slices[sliceNum];
-        slice.second = mFileSize - slice.first;
-        LogSliceRange(kLogTag, sliceNum, slice);
-        sliceOffset = slice.first;
-    } else {
-        slices.erase(sliceNum);
-    }
-    // The picture runs to the end of the file from the current slice's start.
-    entry.mIsLastFrame = 1;
-    entry.mLength = mFileSize - sliceOffset;
-    return TS_ERROR;
+    return slices.Finish(nal.UnitStart());
 }
 
 }  // namespace tessaro

@@ -40,13 +40,10 @@ public:
                                  std::shared_ptr<unsigned char> buffer);
 
 private:
-    // The read position, start code of the current NAL unit excluded.
-    uint64_t UnitStart();
     // A read of ReadfromInputFile (or, with readFailedHere false, the slice
     // scan) ran out of data: fix the last entry as the end of the file demands.
     int32_t HandleEndOfData(uint32_t frameNum, std::vector<FrameInfo>& framelist, bool entryOpen,
                             bool sawStartCode, bool readFailedHere);
-    int32_t HandleSliceEndOfData(FrameInfo& entry, uint32_t sliceNum);
 
     uint32_t mCurFirstMb = 0;          // first_mb_in_slice of the latest slice
     uint32_t mPrevFirstMb = 0;         // first_mb_in_slice of the slice before it

@@ -9,7 +9,6 @@
 #include <memory>
 #include <vector>
 
-#include "compressed/StartCodeAccumulator.h"
 #include "compressed/StreamParserCompressed.h"
 
 namespace tessaro {
@@ -42,16 +41,9 @@ public:
     static bool IsSyncPicture(uint32_t type) { return type == 19 || type == 20; }  // IDR
 
 private:
-    // Reads one byte; false when the read fails (end of file included).
-    bool ReadByte(uint8_t& byte);
-    uint64_t Position() { return static_cast<uint64_t>(mInputFile.tellg()); }
-    // Closes the last entry at the current NAL unit's start code.
-    void CloseLastEntry(std::vector<FrameInfo>& framelist);
     // A read failed in ReadfromInputFile (or ParseSlicesFromFrame failed).
     int32_t HandleEndOfData(uint32_t frameNum, std::vector<FrameInfo>& framelist,
                             bool sawStartCode);
-    // A read failed in ParseSlicesFromFrame.
-    int32_t HandleSliceEndOfData(std::vector<FrameInfo>& framelist, uint32_t sliceNum);
 
     bool mPicDone = false;       // a second picture start was seen
     uint32_t mPicCount = 0;      // picture starts and picture-ending units in this call

@@ -30,6 +30,16 @@ public:
         return mValue > kMaxValue ? Step::kInvalid : Step::kDone;
     }
 
+    // Pushes the bytes nextByte(byte) hands out (false: no byte left) until
+    // the value ends; returns the last step, kNeedMore when the bytes ran out.
+    template <class NextByte>
+    Step Decode(NextByte nextByte) {
+        Step step = Step::kNeedMore;
+        uint8_t byte = 0;
+        while (step == Step::kNeedMore && nextByte(byte)) step = Push(byte);
+        return step;
+    }
+
     // The value decoded so far (the partial value after a failure).
     uint64_t value() const { return mValue; }
     // Bytes pushed so far.

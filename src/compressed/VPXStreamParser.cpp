@@ -1,46 +1,34 @@
 #include "compressed/VPXStreamParser.h"
 
-#include <cstring>
 #include <string>
+
+#include "compressed/FrameList.h"
+#include "compressed/IvfReader.h"
 
 namespace tessaro {
 namespace {
 
-// The line numbers of VPXStreamParser's failed checks.
-constexpr StreamParserCompressed::ScannerLines kLines{VPXStreamParser::kLogTag, 44, 59, 66, 141, 142, 144};
-constexpr int kNoSignatureLine = 51;
-
-uint32_t LittleEndian32(const unsigned char* b) {
-    return static_cast<uint32_t>(b[0]) | (static_cast<uint32_t>(b[1]) << 8) |
-           (static_cast<uint32_t>(b[2]) << 16) | (static_cast<uint32_t>(b[3]) << 24);
-}
+// The line numbers of VPXStreamParser's failed checks (the IVF headers' are IvfReader's).
+constexpr struct {
+    StreamParserCompressed::ScannerLines scanner{VPXStreamParser::kLogTag, 44, 59, 66, 141, 142, 144};
+    int noSignature = 51;   // "SawDKIFHeader() == false"
+    int entryFailed = 187;  // "ret != TS_OK"
+    int entryAtEof = 79;    // "mInputFile.eof()" in CreateEntryInFrameList
+    int entryNullBuffer = 80;
+    int entryTooLarge = 81;
+} kLines;
 
 }  // namespace
-
-int32_t VPXStreamParser::readInputFile(void* dst, uint64_t size) {
-    mInputFile.read(dst, size);
-    if (!mInputFile || mInputFile.gcount() != size) {
-        TS_LOGE("Error. Failed to Read from File");
-        return TS_ERROR;
-    }
-    return TS_OK;
-}
 
 void VPXStreamParser::SeekInput(uint64_t offset) {
     mInputFile.clear();
     mInputFile.seekg(static_cast<int64_t>(offset), std::ios_base::beg);
 }
 
-bool VPXStreamParser::SawDKIFHeader() {
-    TS_LOGI("SawDKIFHeader");
-    mInputFile.seekg(0, std::ios_base::beg);
-    char signature[4] = {};
-    if (readInputFile(signature, sizeof(signature)) != TS_OK) return false;
-    return std::memcmp(signature, "DKIF", sizeof(signature)) == 0;
-}
+bool VPXStreamParser::SawDKIFHeader() { return IvfReader::SawSignature(mInputFile); }
 
 int32_t VPXStreamParser::Init() {
-    return OpenAndIndex(kLines, false, [this] {
+    return OpenAndIndex(kLines.scanner, false, [this] {
         // The extension runs from the last '.' to the end. A name without '.'
         // makes substr throw std::out_of_range, which leaves Init to the caller.
         const std::string& name = mConfigParam.mInputFileName;
@@ -48,7 +36,7 @@ int32_t VPXStreamParser::Init() {
         if (extension == ".ivfnh") {
             mIvfMode = kIvfHeaderless;
         } else {
-            TS_CHECK(SawDKIFHeader() == false, kNoSignatureLine, TS_ERROR);
+            TS_CHECK(SawDKIFHeader() == false, kLines.noSignature, TS_ERROR);
             mIvfMode = kIvfWithFileHeader;
         }
         return TS_OK;
@@ -60,34 +48,16 @@ int32_t VPXStreamParser::ReadfromInputFile(uint32_t frameNum, std::vector<FrameI
                                            std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("ReadfromInputFile");
     int32_t status = TS_OK;
-    if (ScanEndsAtOnce(kLines, buffer, &status)) return status;
+    if (ScanEndsAtOnce(kLines.scanner, buffer, &status)) return status;
 
-    unsigned char sizeField[4];
-    unsigned char timestamp[8];
-    unsigned char ivfHeader[kIvfFileHeaderSize];
-    if (mIvfMode == kIvfHeaderless) {
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
-                      174, TS_ERROR);
-        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK, "readInputFile(&timestamp, 8) != TS_OK",
-                      177, TS_ERROR);
-    } else if (mIvfMode == kIvfWithFileHeader) {
-        if (frameNum == 1 || mRestarted) {
-            mRestarted = false;
-            TS_CHECK_TEXT(readInputFile(ivfHeader, kIvfFileHeaderSize) != TS_OK,
-                          "readInputFile(ivfHeader, 32) != TS_OK", 163, TS_ERROR);
-        }
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
-                      167, TS_ERROR);
-        TS_CHECK_TEXT(readInputFile(timestamp, 8) != TS_OK, "readInputFile(&timestamp, 8) != TS_OK",
-                      170, TS_ERROR);
-    } else {
-        TS_CHECK_TEXT(readInputFile(sizeField, 4) != TS_OK, "readInputFile(&frameSize, 4) != TS_OK",
-                      181, TS_ERROR);
-    }
-    const uint32_t frameSize = LittleEndian32(sizeField);
+    // The file header is read on the first call and on the first after a rewind.
+    const bool fileHeader = mIvfMode == kIvfWithFileHeader && (frameNum == 1 || mRestarted);
+    if (fileHeader) mRestarted = false;
+    uint32_t frameSize = 0;
+    if (IvfReader::ReadFrameHeader(mInputFile, mIvfMode, fileHeader, &frameSize) != TS_OK) return TS_ERROR;
 
     int32_t ret = CreateEntryInFrameList(frameNum, framelist, maxBufSize, frameSize, buffer);
-    TS_CHECK(ret != TS_OK, 187, TS_ERROR);
+    TS_CHECK(ret != TS_OK, kLines.entryFailed, TS_ERROR);
 
     if (framelist.empty()) return TS_OK;
     LogLastEntry(kLogTag, framelist);
@@ -99,17 +69,13 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
                                                 uint32_t maxBufSize, uint32_t frameSize,
                                                 std::shared_ptr<unsigned char> buffer) {
     TS_LOGI("CreateEntryInFrameList");
-    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", 79, TS_OK);
-    TS_CHECK(buffer == nullptr, 80, -2);
-    TS_CHECK(maxBufSize < frameSize, 81, -4);
+    TS_CHECK_TEXT(mInputFile.eof(), "mInputFile.eof()", kLines.entryAtEof, TS_OK);
+    TS_CHECK(buffer == nullptr, kLines.entryNullBuffer, -2);
+    TS_CHECK(maxBufSize < frameSize, kLines.entryTooLarge, -4);
 
     const uint64_t pos = static_cast<uint64_t>(mInputFile.tellg());
-    FrameInfo entry;
-    entry.mOffset = pos;
-    entry.mLength = frameSize;
-    entry.mFrameNum = frameNum;
-    framelist.push_back(entry);
-    FrameInfo& added = framelist.back();
+    FrameInfo& added = AppendUnit(framelist, pos, frameNum, 0);
+    added.mLength = frameSize;
 
     uint64_t toRead = frameSize;
     const uint64_t remaining = pos < mFileSize ? mFileSize - pos : 0;
@@ -126,7 +92,7 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
     if (toRead != 0) {
         // Only the first byte is looked at; the rest of the frame, which lies
         // inside the file, is passed over.
-        if (readInputFile(buffer.get(), 1) != TS_OK) return TS_ERROR;
+        if (IvfReader::ReadExact(mInputFile, buffer.get(), 1) != TS_OK) return TS_ERROR;
         mInputFile.seekg(static_cast<int64_t>(toRead - 1), std::ios_base::cur);
         // Bit 0 of the first byte clear marks a key frame; the same test is
         // applied to VP9 and to AV1 temporal units.
@@ -138,15 +104,11 @@ int32_t VPXStreamParser::CreateEntryInFrameList(uint32_t frameNum,
 
     if (mInputFile.eof() || static_cast<uint64_t>(mInputFile.tellg()) == mFileSize) {
         mInputFile.clear();
-        if (mConfigParam.mFrames <= frameNum) {
-            TS_LOGI("Saw EOS after reading Last Frame");
-            added.mIsLastFrame = 1;
-        } else {
-            TS_LOGI("Frames To Parse > Frames in Inputfile. Restarting from begin..");
-            added.mIsLastFrame = 0;
-            SeekInput(0);
+        if (RewindForMoreFrames(mInputFile, mConfigParam.mFrames, frameNum, added, 1, kLogTag)) {
             mRestarted = true;
             NotePassEnd();
+        } else {
+            TS_LOGI("Saw EOS after reading Last Frame");
         }
     }
     return TS_OK;

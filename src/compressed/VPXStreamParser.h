@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "compressed/IvfReader.h"
 #include "compressed/StreamParserCompressed.h"
 
 namespace tessaro {
@@ -16,10 +17,9 @@ class VPXStreamParser : public StreamParserCompressed {
 public:
     static constexpr const char* kLogTag = "Tessaro::Impl::StreamParser::Compressed::VPX";
 
-    // Framing of the input, chosen by Init.
-    static constexpr uint32_t kIvfWithFileHeader = 1;  // "DKIF" file header, 12-byte frame headers
-    static constexpr uint32_t kIvfHeaderless = 2;      // ".ivfnh": 12-byte frame headers only
-    static constexpr uint32_t kIvfFileHeaderSize = 32;
+    // Framing of the input (IvfReader's), chosen by Init.
+    static constexpr uint32_t kIvfWithFileHeader = IvfReader::kWithFileHeader;
+    static constexpr uint32_t kIvfHeaderless = IvfReader::kHeaderless;
 
     VPXStreamParser() = default;
     ~VPXStreamParser() override = default;
@@ -55,10 +55,6 @@ protected:
     uint32_t RestartMark(uint32_t frameNum) const override {
         return mIvfMode == kIvfWithFileHeader && (frameNum == 1 || mRestarted) ? 1 : 0;
     }
-
-    // Reads exactly size bytes into dst; logs
-    // "Error. Failed to Read from File" and returns TS_ERROR when fewer arrive.
-    int32_t readInputFile(void* dst, uint64_t size);
 
     // Clears the stream state and moves to offset from the file start.
     void SeekInput(uint64_t offset);

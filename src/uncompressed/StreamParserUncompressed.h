@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 #include "framework/BufferMemory.h"
 #include "framework/TessaroImpl.h"
 #include "uncompressed/PictureFormat.h"

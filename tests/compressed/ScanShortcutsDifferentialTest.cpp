@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 #include "compressed/CompressedRun.h"
 #include "support/Probe.h"
 

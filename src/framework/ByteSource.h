@@ -1,4 +1,4 @@
-// ByteSource: the input file of the compressed parsers.
+// ByteSource: the input file of the compressed parsers and the raw readers.
 //
 // It keeps the stream-state rules of a binary input file stream, which the
 // scanners' decisions rely on: a read that runs out of bytes sets both the
@@ -15,12 +15,12 @@
 // faster source means keeping these rules, not touching a scanner.
 //
 // Two shortcuts let a scanner pass over bulk data without a call per byte:
-// SkipNoStartCode() steps over buffered bytes that cannot end a start code,
-// and read(dst, n, keep) moves over n bytes but copies only the first keep.
-// Both leave the position, the state and the start-code accumulator exactly
-// as the byte-at-a-time reads they replace would have. SetShortcuts(false)
-// turns them into plain byte-at-a-time reading, the reference the
-// differential test and the benchmark compare against.
+// Buffered()/Advance() show the buffered bytes at the read position so that a
+// caller can step over those it has no decision on, and read(dst, n, keep)
+// moves over n bytes but copies only the first keep. Both leave the position
+// and the state exactly as the byte-at-a-time reads they replace would have.
+// SetShortcuts(false) turns them into plain byte-at-a-time reading, the
+// reference the differential test and the benchmark compare against.
 #pragma once
 
 #include <atomic>
@@ -32,8 +32,6 @@
 #include "framework/File.h"
 
 namespace tessaro {
-
-class StartCodeAccumulator;
 
 class ByteSource {
 public:
@@ -77,12 +75,13 @@ public:
     // shortcuts off all n are). Position, gcount and state are those of read.
     ByteSource& read(void* dst, uint64_t n, uint64_t keep);
 
-    // Moves over the bytes already buffered at the read position, at most max,
-    // that would not complete a start code when shifted into startCode, and
-    // shifts them in. Returns how many it moved over: the caller's loop then
-    // meets the next byte as if it had read every skipped byte with get().
-    // Returns 0 unless the state is good (and always with the shortcuts off).
-    uint64_t SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t max);
+    // The bytes already buffered at the read position, at most max of them, in
+    // *n; the pointer stays valid until the next read or seek. Empty (*n = 0)
+    // unless the state is good, and always with the shortcuts off.
+    const uint8_t* Buffered(uint64_t max, uint64_t* n) const;
+    // Moves the read position over n of the bytes Buffered() showed, as n
+    // get() calls would.
+    void Advance(uint64_t n) { mPos += n; }
 
     // Process-wide switch for the shortcuts above (on by default).
     static void SetShortcuts(bool on) { sShortcuts.store(on, std::memory_order_relaxed); }

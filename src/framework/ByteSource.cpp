@@ -1,9 +1,6 @@
-#include "compressed/ByteSource.h"
+#include "framework/ByteSource.h"
 
 #include <cstring>
-
-#include "compressed/StartCodeAccumulator.h"
-#include "compressed/StartCodeSearch.h"
 
 namespace tessaro {
 
@@ -122,30 +119,13 @@ ByteSource& ByteSource::read(void* dst, uint64_t n, uint64_t keep) {
     return *this;
 }
 
-uint64_t ByteSource::SkipNoStartCode(StartCodeAccumulator& startCode, uint64_t max) {
-    if (!Shortcuts() || !good() || !mFile.IsOpen()) return 0;
-    if (mPos < mBufStart || mPos >= mBufStart + mBufLen) return 0;
-    const uint8_t* p = mBuf.data() + (mPos - mBufStart);
+const uint8_t* ByteSource::Buffered(uint64_t max, uint64_t* n) const {
+    *n = 0;
+    if (!Shortcuts() || !good() || !mFile.IsOpen()) return nullptr;
+    if (mPos < mBufStart || mPos >= mBufStart + mBufLen) return nullptr;
     const uint64_t have = mBufStart + mBufLen - mPos;
-    const uint64_t n = have < max ? have : max;
-
-    // k counts the bytes that can be passed over. A start code completes on a
-    // byte 01 whose two predecessors are 00; for the first two bytes the
-    // predecessors are still in the accumulator.
-    uint64_t k = 0;
-    while (k < n && k < 2) {
-        if (startCode.WouldMatch(p[k])) break;
-        startCode.Push(p[k]);
-        ++k;
-    }
-    if (k == 2) {
-        k = FindStartCodeEnd(p, 2, n);
-        // The accumulator holds the last four bytes passed over.
-        const uint64_t from = k >= 6 ? k - 4 : 2;
-        for (uint64_t i = from; i < k; ++i) startCode.Push(p[i]);
-    }
-    mPos += k;
-    return k;
+    *n = have < max ? have : max;
+    return mBuf.data() + (mPos - mBufStart);
 }
 
 }  // namespace tessaro
