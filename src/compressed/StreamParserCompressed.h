@@ -12,12 +12,8 @@
 #include <utility>
 #include <vector>
 
-<<<<<<< HEAD
-#include "compressed/ByteSource.h"
 #include "compressed/DeliveryPlan.h"
-=======
 #include "framework/ByteSource.h"
->>>>>>> framing
 #include "framework/TessaroImpl.h"
 
 namespace tessaro {
