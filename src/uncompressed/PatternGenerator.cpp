@@ -2,6 +2,7 @@
 
 #include <VideoBufferLayout.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace tessaro {
@@ -48,9 +49,8 @@ int32_t PatternGenerator::Process(std::shared_ptr<Buffer> buffer) {
 int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const PictureMapping mapping(*buffer);  // for this call only
-    uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
+    PictureCanvas canvas(*buffer, mCanvasBlock);  // for this call only
+    if (!canvas.usable()) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     const uint32_t format = mFormat.bufferSize.code;
     const bool clearAll = mFormat.pattern == Pattern::kYuvClearCapacity;
     const bool fullHeightChroma = mFormat.planes == Planes::kSemiPlanar422;
@@ -85,6 +85,8 @@ int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
 
     // Every picture of the buffer is drawn at its start, one over the other, so
     // drawing it once gives the same bytes.
+    uint8_t* const vaddr = canvas.Area(cleared, std::max({cleared, luma.End(), chroma.End()}));
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     std::memset(vaddr, 0, cleared);
     for (uint64_t row = 0; luma.End() != 0 && row < luma.rows; ++row) {
         std::memset(vaddr + luma.offset + row * luma.pitch, mPatternY, luma.rowBytes);
@@ -96,6 +98,7 @@ int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
             pair[2 * p + 1] = mPatternV;
         }
     }
+    if (!canvas.Finish()) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     return TS_OK;
 }
 

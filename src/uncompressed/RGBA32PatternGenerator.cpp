@@ -1,5 +1,6 @@
 #include "uncompressed/RGBA32PatternGenerator.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace tessaro {
@@ -14,9 +15,8 @@ void RGBA32PatternGenerator::setColor(uint8_t* pixel, uint16_t red, uint16_t gre
 int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     TS_LOGI("ReadfromInputFile");
     if (buffer == nullptr) return Refuse("buffer == nullptr", mFormat.nullLine, -4);
-    const PictureMapping mapping(*buffer);  // for this call only
-    uint8_t* const vaddr = mapping.vaddr();
-    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
+    PictureCanvas canvas(*buffer, mCanvasBlock);  // for this call only
+    if (!canvas.usable()) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
 
     const uint64_t width = mConfigParam.mWidth, height = mConfigParam.mHeight;
     const uint64_t p = mConfigParam.mStaticPattern ? 0 : mFrameCount;
@@ -31,14 +31,18 @@ int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer
     // fails here, before anything is written.
     const uint64_t capacity = buffer->capacity();
     if (mBufferSize > capacity) return RefuseOversizedPicture();
+    uint64_t reached = mBufferSize;
     if (drawBlock) {
         const unsigned __int128 end =
             (static_cast<unsigned __int128>(top + blockRows - 1) * width + left + blockWidth) * 4;
         if (end > capacity) return RefuseOversizedPicture();
+        reached = std::max<uint64_t>(reached, static_cast<uint64_t>(end));
     }
 
     // Every picture of the buffer is drawn at its start, one over the other, so
     // drawing it once gives the same bytes.
+    uint8_t* const vaddr = canvas.Area(mBufferSize, reached);
+    if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     std::memset(vaddr, 0, mBufferSize);
     if (drawBlock) {
         const uint16_t red = kColourLevels[q];
@@ -50,6 +54,7 @@ int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer
             }
         }
     }
+    if (!canvas.Finish()) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     return TS_OK;
 }
 

@@ -94,6 +94,7 @@ int32_t StreamParserUncompressed::DeInit() {
     mTimestamp = 0.0f;
     mTimestampDelta = 33333.0f;
     mReadDirection = kForward;
+    mCanvasBlock = {};
     if (mInputFile.is_open()) mInputFile.close();  // a failed close sets the fail bit itself
     return TS_OK;
 }

@@ -11,6 +11,7 @@
 
 #include "framework/ByteSource.h"
 #include "framework/BufferMemory.h"
+#include "framework/PictureCanvas.h"
 #include "framework/TessaroImpl.h"
 #include "uncompressed/PictureFormat.h"
 
@@ -77,6 +78,7 @@ protected:
     uint32_t mFrameCount = 0;      // Process calls past the preconditions
     ByteSource mInputFile;  // the picture file, with the rules of an input file stream
     int32_t mReadDirection = kForward;
+    std::vector<uint8_t> mCanvasBlock;  // the generators' drawing block (PictureCanvas)
 
 private:
     static constexpr uint64_t kMaxGatheredRows = 1024;
