@@ -96,6 +96,11 @@ streams.append(("NV12 1080p reader -> writer, padded to 2048x1088",
 streams.append(("NV12 1080p pattern generator, 600 frames", ["pattern", "1920x1080", "600", "1920", "1080"],
                 ["--piece", str(1920 * 1080 * 3 // 2)], {}, "raw floor", False))
 
+# TESSARO_BENCH_ONLY=H.264,pattern: only the streams whose titles contain one of the words.
+only = [w.lower() for w in os.environ.get("TESSARO_BENCH_ONLY", "").split(",") if w]
+if only:
+    streams = [s for s in streams if any(w in s[0].lower() for w in only)]
+
 print(f"# {rounds} interleaved rounds, page cache warm, medians of wall time per process\n")
 rows = []  # (stream, what, median s, ratio text, target text, verdict)
 for title, args, floor_args, others, floor_kind, writes in streams:

@@ -6,6 +6,7 @@
 #
 #   bench/run.sh [rounds]          (default 5)
 #   nice bench/run.sh 3            on a machine others are using
+#   TESSARO_BENCH_ONLY=H.264,pattern bench/run.sh   only those streams
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(dirname "$here")
