@@ -2,7 +2,6 @@
 
 #include <VideoBufferLayout.h>
 
-#include <algorithm>
 #include <cstring>
 
 namespace tessaro {
@@ -85,9 +84,8 @@ int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
 
     // Every picture of the buffer is drawn at its start, one over the other, so
     // drawing it once gives the same bytes.
-    uint8_t* const vaddr = canvas.Area(cleared, std::max({cleared, luma.End(), chroma.End()}));
+    uint8_t* const vaddr = canvas.Clear(cleared, {luma, chroma});
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
-    std::memset(vaddr, 0, cleared);
     for (uint64_t row = 0; luma.End() != 0 && row < luma.rows; ++row) {
         std::memset(vaddr + luma.offset + row * luma.pitch, mPatternY, luma.rowBytes);
     }

@@ -1,6 +1,5 @@
 #include "uncompressed/RGBA32PatternGenerator.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace tessaro {
@@ -31,19 +30,17 @@ int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer
     // fails here, before anything is written.
     const uint64_t capacity = buffer->capacity();
     if (mBufferSize > capacity) return RefuseOversizedPicture();
-    uint64_t reached = mBufferSize;
     if (drawBlock) {
         const unsigned __int128 end =
             (static_cast<unsigned __int128>(top + blockRows - 1) * width + left + blockWidth) * 4;
         if (end > capacity) return RefuseOversizedPicture();
-        reached = std::max<uint64_t>(reached, static_cast<uint64_t>(end));
     }
 
     // Every picture of the buffer is drawn at its start, one over the other, so
     // drawing it once gives the same bytes.
-    uint8_t* const vaddr = canvas.Area(mBufferSize, reached);
+    const RowRun block{(top * width + left) * 4, drawBlock ? blockRows : 0, blockWidth * 4, width * 4};
+    uint8_t* const vaddr = canvas.Clear(mBufferSize, {block});
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
-    std::memset(vaddr, 0, mBufferSize);
     if (drawBlock) {
         const uint16_t red = kColourLevels[q];
         const uint16_t green = kColourLevels[(p + 1) % 4];

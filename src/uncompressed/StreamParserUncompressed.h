@@ -11,8 +11,8 @@
 
 #include "framework/ByteSource.h"
 #include "framework/BufferMemory.h"
-#include "framework/PictureCanvas.h"
 #include "framework/TessaroImpl.h"
+#include "uncompressed/PictureCanvas.h"
 #include "uncompressed/PictureFormat.h"
 
 namespace tessaro {
@@ -78,7 +78,7 @@ protected:
     uint32_t mFrameCount = 0;      // Process calls past the preconditions
     ByteSource mInputFile;  // the picture file, with the rules of an input file stream
     int32_t mReadDirection = kForward;
-    std::vector<uint8_t> mCanvasBlock;  // the generators' drawing block (PictureCanvas)
+    CanvasBlock mCanvasBlock;  // the generators' drawing block, kept from call to call
 
 private:
     static constexpr uint64_t kMaxGatheredRows = 1024;

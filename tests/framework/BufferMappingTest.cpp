@@ -7,9 +7,9 @@
 #include <string>
 
 #include "framework/BufferMemory.h"
-#include "framework/PictureCanvas.h"
 #include "support/ClientBuffer.h"
 #include "tessaro/Buffer.h"
+#include "uncompressed/PictureCanvas.h"
 
 namespace tessaro {
 namespace {
@@ -66,7 +66,7 @@ TEST(BufferMapping, UnmappableBuffersGiveNull) {
                  {"memory sealed against writes", sealed, 4096, 0},
                  {"read-only descriptor", readOnly, 4096, 0},
                  {"offset inside a page", memory->mFd, 1024, 100}};
-    std::vector<uint8_t> block;
+    CanvasBlock block;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Buffer buffer{};
@@ -83,34 +83,36 @@ TEST(BufferMapping, UnmappableBuffersGiveNull) {
     EXPECT_EQ(Buffer::Mapping(huge).length(), 5u);
 }
 
-// A picture lands at mMapOffset whichever way it travels: drawn aside and
-// written through the descriptor (memory whose pages are still to come), or
-// drawn in place (pages present, or a drawing that leaves bytes as they were).
-TEST(PictureCanvas, DrawsAtTheMapOffsetWhicheverWayThePictureTravels) {
+// A picture lands at mMapOffset whichever way it travels: drawn in the kept
+// block and written through the descriptor, where the runs of the picture
+// before are cleared again, or drawn in place where its runs reach past the
+// cleared bytes (the buffer keeps its own bytes there).
+TEST(PictureCanvas, EachPictureLandsAtTheMapOffsetAsIfDrawnOnAClearedBuffer) {
     const uint32_t page = static_cast<uint32_t>(sysconf(_SC_PAGESIZE));
-    std::vector<uint8_t> block;
+    const RowRun first{100, 3, 40, 1000}, second{2500, 2, 10, 100};
     for (uint32_t offset : {0u, page}) {
-        for (bool touched : {false, true}) {
-            for (uint64_t written : {8192u, 4096u}) {
-                SCOPED_TRACE("offset " + std::to_string(offset) + (touched ? " touched" : " fresh") +
-                             " written " + std::to_string(written));
-                auto buffer = MakeClientBuffer(8192, 1, offset);
-                const uint8_t before = touched ? 0x11 : 0;
-                if (touched) test::FillBuffer(*buffer, before);
-                {
-                    PictureCanvas canvas(*buffer, block);
-                    ASSERT_TRUE(canvas.usable());
-                    uint8_t* area = canvas.Area(written, 8192);
-                    ASSERT_NE(area, nullptr);
-                    std::memset(area, 0x5A, written);
-                    area[8191] = 0x77;
-                    ASSERT_TRUE(canvas.Finish());
-                }
-                std::vector<uint8_t> expected(8192, before);
-                std::memset(expected.data(), 0x5A, written);
-                expected[8191] = 0x77;
-                EXPECT_EQ(test::ReadAll(*buffer), expected);
+        for (uint64_t cleared : {8192u, 4096u}) {
+            SCOPED_TRACE("offset " + std::to_string(offset) + " cleared " + std::to_string(cleared));
+            auto buffer = MakeClientBuffer(8192, 1, offset);
+            test::FillBuffer(*buffer, 0x11);
+            CanvasBlock block;
+            const RowRun corner{8191, 1, 1, 1};  // past the cleared bytes in the second case
+            for (const RowRun& run : {first, second}) {
+                PictureCanvas canvas(*buffer, block);
+                ASSERT_TRUE(canvas.usable());
+                uint8_t* area = canvas.Clear(cleared, {run, corner});
+                ASSERT_NE(area, nullptr);
+                for (uint64_t row = 0; row < run.rows; ++row) std::memset(area + run.offset + row * run.pitch, 0x5A, run.rowBytes);
+                area[8191] = 0x77;
+                ASSERT_TRUE(canvas.Finish());
             }
+            std::vector<uint8_t> expected(8192, 0x11);
+            std::memset(expected.data(), 0, cleared);
+            for (uint64_t row = 0; row < second.rows; ++row) {
+                std::memset(expected.data() + second.offset + row * second.pitch, 0x5A, second.rowBytes);
+            }
+            expected[8191] = 0x77;
+            EXPECT_EQ(test::ReadAll(*buffer), expected);
         }
     }
 }
