@@ -86,16 +86,13 @@ int32_t PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer) {
     // drawing it once gives the same bytes.
     uint8_t* const vaddr = canvas.Clear(cleared, {luma, chroma});
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
-    for (uint64_t row = 0; luma.End() != 0 && row < luma.rows; ++row) {
-        std::memset(vaddr + luma.offset + row * luma.pitch, mPatternY, luma.rowBytes);
-    }
-    for (uint64_t row = 0; chroma.End() != 0 && row < chroma.rows; ++row) {
-        uint8_t* const pair = vaddr + chroma.offset + row * chroma.pitch;
+    PaintRun(vaddr, luma, [&](uint8_t* row) { std::memset(row, mPatternY, luma.rowBytes); });
+    PaintRun(vaddr, chroma, [&](uint8_t* row) {
         for (uint64_t p = 0; p < pairs; ++p) {
-            pair[2 * p] = mPatternU;
-            pair[2 * p + 1] = mPatternV;
+            row[2 * p] = mPatternU;
+            row[2 * p + 1] = mPatternV;
         }
-    }
+    });
     if (!canvas.Finish()) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     return TS_OK;
 }

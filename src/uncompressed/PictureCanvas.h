@@ -15,6 +15,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <memory>
 #include <vector>
@@ -58,5 +59,22 @@ private:
     uint64_t mStaged = 0;             // bytes of the block to write at Finish
     std::unique_ptr<PictureMapping> mMapping;
 };
+
+// Paints every row of run at base: paint(row) draws the first, and the others
+// are copies of it (each is painted itself where rows overlap).
+template <typename Paint>
+void PaintRun(uint8_t* base, const RowRun& run, Paint paint) {
+    if (run.End() == 0) return;
+    uint8_t* const first = base + run.offset;
+    paint(first);
+    for (uint64_t row = 1; row < run.rows; ++row) {
+        uint8_t* const next = first + row * run.pitch;
+        if (run.pitch >= run.rowBytes) {
+            std::memcpy(next, first, run.rowBytes);
+        } else {
+            paint(next);
+        }
+    }
+}
 
 }  // namespace tessaro

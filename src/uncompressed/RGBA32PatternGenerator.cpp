@@ -41,16 +41,12 @@ int32_t RGBA32PatternGenerator::ReadfromInputFile(std::shared_ptr<Buffer> buffer
     const RowRun block{(top * width + left) * 4, drawBlock ? blockRows : 0, blockWidth * 4, width * 4};
     uint8_t* const vaddr = canvas.Clear(mBufferSize, {block});
     if (vaddr == nullptr) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
-    if (drawBlock) {
-        const uint16_t red = kColourLevels[q];
-        const uint16_t green = kColourLevels[(p + 1) % 4];
-        const uint16_t blue = kColourLevels[q ^ 2];
-        for (uint64_t row = top; row < top + blockRows; ++row) {
-            for (uint64_t column = left; column < left + blockWidth; ++column) {
-                setColor(vaddr + (row * width + column) * 4, red, green, blue);
-            }
-        }
-    }
+    const uint16_t red = kColourLevels[q];
+    const uint16_t green = kColourLevels[(p + 1) % 4];
+    const uint16_t blue = kColourLevels[q ^ 2];
+    PaintRun(vaddr, block, [&](uint8_t* row) {
+        for (uint64_t column = 0; column < blockWidth; ++column) setColor(row + column * 4, red, green, blue);
+    });
     if (!canvas.Finish()) return Refuse("vaddr == nullptr", mFormat.vaddrLine, -2);
     return TS_OK;
 }
