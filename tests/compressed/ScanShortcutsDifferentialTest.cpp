@@ -112,11 +112,9 @@ TEST(ScanShortcutsDifferential, CommittedSamplesRunTheSame) {
     }
 }
 
-// Under AddressSanitizer every Init poisons a 192 MiB scratch block, so the
-// sanitizer build runs a sample of the inputs; the plain build runs more.
-// TESSARO_DIFFERENTIAL_INPUTS overrides the count: qemu-user keeps its own
-// bookkeeping for every 192 MiB block a guest ever mapped, so the arm64 run
-// under emulation takes a sample as well.
+// The sanitizer build, slower per input, runs a sample of the inputs; the
+// plain build runs more. TESSARO_DIFFERENTIAL_INPUTS overrides the count (the
+// arm64 run under emulation takes a sample as well).
 #if defined(__SANITIZE_ADDRESS__)
 constexpr int kDefaultRandomInputs = 40;
 #else
