@@ -15,10 +15,10 @@
 namespace tessaro::fuzz {
 namespace {
 
-// Four times the largest input (-max_len=262144), so any unit fits. A delivery
+// The largest input (-max_len=262144), so any unit of it fits. A delivery
 // repeats sequence headers with one transfer per repeat until the buffer is
-// full, so the cap bounds the cost of such an input (8 MiB: up to a second).
-constexpr uint64_t kMaxBuffer = 1u << 20;
+// full, so the cap bounds the cost of such an input (at 8 MiB up to a second).
+constexpr uint64_t kMaxBuffer = 256u << 10;
 
 void SilentLogger(const struct __android_logger_data*, const char*) {}
 
@@ -176,9 +176,14 @@ void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataPr
             seek.mSeekFrame = wideSeek ? DrawWide(fdp) : fdp.ConsumeIntegralInRange<uint32_t>(1, 50);
             processor.SetConfig(seek);
         }
-        const uint32_t wanted = processor.GetBufferLength();
-        uint64_t capacity = (wanted == 0 || wanted > (1u << 31)) ? 4096 : wanted;
-        if (fdp.ConsumeBool()) capacity = fdp.ConsumeIntegralInRange<uint64_t>(1, 1 << 16);
+        // The announced length is asked for only when it sizes the buffer.
+        uint64_t capacity = 0;
+        if (fdp.ConsumeBool()) {
+            capacity = fdp.ConsumeIntegralInRange<uint64_t>(1, 1 << 16);
+        } else {
+            const uint32_t wanted = processor.GetBufferLength();
+            capacity = (wanted == 0 || wanted > (1u << 31)) ? 4096 : wanted;
+        }
         if (!buffer || buffer->mCapacity != std::min(capacity, kMaxBuffer)) {
             buffer = ViewBuffer(capacity, bufferType);
         }
