@@ -3,34 +3,68 @@
 #include "tessaro/ClientBuffer.h"
 
 #include <android/log.h>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 
 namespace tessaro::fuzz {
 namespace {
 
-constexpr uint64_t kMaxBuffer = 8u << 20;
+// The largest input (-max_len=262144), so any unit of it fits. A delivery
+// repeats sequence headers with one transfer per repeat until the buffer is
+// full, so the cap bounds the cost of such an input (at 8 MiB up to a second).
+constexpr uint64_t kMaxBuffer = 256u << 10;
 
 void SilentLogger(const struct __android_logger_data*, const char*) {}
 
-// Library logs are formatted (so formatting paths are exercised) and dropped.
+// Library logs are formatted (so formatting paths are exercised) and dropped,
+// or written to stderr when TESSARO_FUZZ_LOG is set (to follow one input).
 struct QuietLogs {
     QuietLogs() {
         __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-        __android_log_set_logger(SilentLogger);
+        __android_log_set_logger(getenv("TESSARO_FUZZ_LOG") ? __android_log_stderr_logger : SilentLogger);
     }
 } gQuietLogs;
 
 }  // namespace
 
+namespace {
+
+// One file per suffix for the whole process, rewritten for each input and
+// removed at exit: an input costs no file creation or removal.
+class FileNames {
+public:
+    ~FileNames() {
+        for (const auto& entry : mPaths) unlink(entry.second.c_str());
+    }
+    const std::string& For(const std::string& suffix) {
+        std::string& path = mPaths[suffix];
+        if (path.empty()) {
+            const char* dir = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+            std::string pattern = std::string(dir) + "/tessaro-fuzz-XXXXXX" + suffix;
+            const int fd = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
+            if (fd < 0) abort();
+            close(fd);
+            path = pattern;
+        }
+        return path;
+    }
+
+private:
+    std::map<std::string, std::string> mPaths;
+};
+
+}  // namespace
+
 InputFile::InputFile(const uint8_t* data, size_t size, const std::string& suffix) {
-    const char* dir = access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-    std::string pattern = std::string(dir) + "/tessaro-fuzz-XXXXXX" + suffix;
-    const int fd = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
+    static FileNames names;
+    mPath = names.For(suffix);
+    const int fd = open(mPath.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
     if (fd < 0) abort();
     size_t done = 0;
     while (done < size) {
@@ -39,10 +73,7 @@ InputFile::InputFile(const uint8_t* data, size_t size, const std::string& suffix
         done += static_cast<size_t>(n);
     }
     close(fd);
-    mPath = pattern;
 }
-
-InputFile::~InputFile() { unlink(mPath.c_str()); }
 
 std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
     capacity = std::min(capacity, kMaxBuffer);
@@ -50,6 +81,22 @@ std::shared_ptr<Buffer> MakeBuffer(uint64_t capacity, uint32_t type) {
     if (buffer == nullptr) abort();
     return buffer;
 }
+
+namespace {
+
+// A buffer over the one memfd of kMaxBuffer bytes the driver keeps for the
+// process: a new capacity costs no descriptor and no pages. The library never
+// reads what an earlier input left in the memory.
+std::shared_ptr<Buffer> ViewBuffer(uint64_t capacity, uint32_t type) {
+    static const std::shared_ptr<Buffer> memory = MakeBuffer(kMaxBuffer, 0);
+    auto buffer = std::make_shared<Buffer>();
+    buffer->mFd = memory->mFd;
+    buffer->mCapacity = std::min(capacity, kMaxBuffer);
+    buffer->mType = type;
+    return buffer;
+}
+
+}  // namespace
 
 namespace {
 
@@ -129,11 +176,16 @@ void DriveProducer(TessaroInterface& processor, ConfigParam config, FuzzedDataPr
             seek.mSeekFrame = wideSeek ? DrawWide(fdp) : fdp.ConsumeIntegralInRange<uint32_t>(1, 50);
             processor.SetConfig(seek);
         }
-        const uint32_t wanted = processor.GetBufferLength();
-        uint64_t capacity = (wanted == 0 || wanted > (1u << 31)) ? 4096 : wanted;
-        if (fdp.ConsumeBool()) capacity = fdp.ConsumeIntegralInRange<uint64_t>(1, 1 << 16);
+        // The announced length is asked for only when it sizes the buffer.
+        uint64_t capacity = 0;
+        if (fdp.ConsumeBool()) {
+            capacity = fdp.ConsumeIntegralInRange<uint64_t>(1, 1 << 16);
+        } else {
+            const uint32_t wanted = processor.GetBufferLength();
+            capacity = (wanted == 0 || wanted > (1u << 31)) ? 4096 : wanted;
+        }
         if (!buffer || buffer->mCapacity != std::min(capacity, kMaxBuffer)) {
-            buffer = MakeBuffer(capacity, bufferType);
+            buffer = ViewBuffer(capacity, bufferType);
         }
         if (processor.Process(buffer) != TS_OK) break;
         if (buffer->mFlags & Buffer::FLAG_EOS) break;

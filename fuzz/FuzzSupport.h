@@ -13,12 +13,11 @@
 
 namespace tessaro::fuzz {
 
-// The bytes in a fresh file (in /dev/shm when available) with the given
-// suffix, removed on destruction.
+// The bytes in a file (in /dev/shm when available) with the given suffix. One
+// file per suffix serves the whole process: rewritten here, removed at exit.
 class InputFile {
 public:
     InputFile(const uint8_t* data, size_t size, const std::string& suffix);
-    ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
     const std::string& path() const { return mPath; }

@@ -1,5 +1,6 @@
 #include "framework/ByteSource.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace tessaro {
@@ -16,6 +17,8 @@ bool ByteSource::open(const std::string& path) {
     mBufLen = 0;
     mGcount = 0;
     mState = 0;
+    const uint64_t pages = (mFile.Size() + kPage - 1) / kPage;
+    mReadAhead = pages == 0 ? kPage : std::min(kReadAhead, pages * kPage);
     return true;
 }
 
@@ -47,10 +50,10 @@ ByteSource& ByteSource::seekg(int64_t offset, std::ios_base::seekdir dir) {
 }
 
 bool ByteSource::Refill() {
-    if (mBuf.size() != kReadAhead) mBuf.resize(kReadAhead);
+    if (mBuf.size() != mReadAhead) mBuf.resize(mReadAhead);
     bool error = false;
     mBufStart = mPos;
-    mBufLen = mFile.ReadAt(mPos, mBuf.data(), kReadAhead, &error);
+    mBufLen = mFile.ReadAt(mPos, mBuf.data(), mReadAhead, &error);
     if (mBufLen != 0) return true;
     mState |= error ? (kBad | kFail) : (kEof | kFail);
     return false;

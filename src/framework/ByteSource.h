@@ -103,6 +103,7 @@ private:
     static constexpr uint8_t kFail = 2;
     static constexpr uint8_t kBad = 4;
     static constexpr uint64_t kReadAhead = 64 * 1024;
+    static constexpr uint64_t kPage = 4096;
 
     // Refills the read-ahead buffer at mPos; false at the end or on an error
     // (with the state set accordingly).
@@ -116,6 +117,9 @@ private:
     uint64_t mBufLen = 0;     // valid bytes in mBuf
     uint64_t mGcount = 0;
     uint8_t mState = 0;
+    // Read-ahead block: kReadAhead bytes, or the whole file in pages when it is
+    // smaller (sized at open), so a small input costs no large block.
+    uint64_t mReadAhead = kReadAhead;
     std::vector<uint8_t> mBuf;
 };
 
