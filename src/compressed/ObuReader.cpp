@@ -7,8 +7,6 @@
 namespace tessaro {
 namespace {
 
-constexpr const char* kLogTag = ObuReader::kLogTag;
-
 // The names logged for the OBU types, by obu_type; nullptr for types the scanner does not know.
 constexpr const char* kObuTypeNames[16] = {
     nullptr,          "OBU_SEQUENCE_HEADER", "OBU_TEMPORAL_DELIMITER", "OBU_FRAME_HEADER",

@@ -97,11 +97,23 @@ bool StreamParserCompressed::RepeatSequenceHeaders(Delivery& delivery, uint32_t 
         span.insert(span.end(), piece, piece + count);
         return true;
     });
+    // Whole repeats go out in blocks of up to 64 KiB, one transfer each; a
+    // short transfer counts the whole repeats that landed, as one transfer per
+    // repeat would.
     uint64_t copied = 0;
-    while (copied < fit && span.size() == bytes &&
-           mClientBuffers.FillFromMemory(buffer, delivery.total, span.data(), bytes).bytes == bytes) {
-        delivery.total += bytes;
-        ++copied;
+    if (span.size() == bytes) {
+        const uint64_t perBlock = std::min<uint64_t>(fit, std::max<uint64_t>(1, (64u << 10) / bytes));
+        std::vector<uint8_t> block;
+        block.reserve(perBlock * bytes);
+        for (uint64_t k = 0; k < perBlock; ++k) block.insert(block.end(), span.begin(), span.end());
+        while (copied < fit) {
+            const uint64_t count = std::min<uint64_t>(perBlock, fit - copied);
+            const uint64_t landed =
+                mClientBuffers.FillFromMemory(buffer, delivery.total, block.data(), count * bytes).bytes / bytes;
+            delivery.total += static_cast<uint32_t>(landed * bytes);
+            copied += landed;
+            if (landed < count) break;
+        }
     }
     return copied == more;
 }
