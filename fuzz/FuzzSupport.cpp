@@ -16,8 +16,8 @@ namespace tessaro::fuzz {
 namespace {
 
 // The largest input (-max_len=262144), so any unit of it fits. A delivery
-// repeats sequence headers with one transfer per repeat until the buffer is
-// full, so the cap bounds the cost of such an input (at 8 MiB up to a second).
+// after a seek repeats sequence headers until the buffer is full, so the cap
+// also bounds what one such input costs.
 constexpr uint64_t kMaxBuffer = 256u << 10;
 
 void SilentLogger(const struct __android_logger_data*, const char*) {}
@@ -95,10 +95,6 @@ std::shared_ptr<Buffer> ViewBuffer(uint64_t capacity, uint32_t type) {
     buffer->mType = type;
     return buffer;
 }
-
-}  // namespace
-
-namespace {
 
 // A list of up to `most` entries, each drawn by `draw`.
 template <typename Draw>
