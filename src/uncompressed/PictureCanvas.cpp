@@ -5,11 +5,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "framework/File.h"
 
 namespace tessaro {
 namespace {
+
+// Pictures larger than this (8K NV12 is 50 MB) are drawn in place: the block
+// would double the memory a client chose to hand over.
+constexpr uint64_t kMostStaged = 64u << 20;
 
 void ZeroRun(uint8_t* base, const RowRun& run) {
     for (uint64_t row = 0; run.End() != 0 && row < run.rows; ++row) {
@@ -37,7 +42,7 @@ uint8_t* PictureCanvas::Clear(uint64_t cleared, std::initializer_list<RowRun> pa
     if (!mUsable) return nullptr;
     uint64_t reached = cleared;
     for (const RowRun& run : painted) reached = std::max(reached, run.End());
-    if (!mThroughDescriptor || reached > cleared) {
+    if (!mThroughDescriptor || reached > cleared || cleared > kMostStaged || !Reserve(cleared)) {
         if (mMapping == nullptr) mMapping = std::make_unique<PictureMapping>(mBuffer);
         uint8_t* vaddr = mMapping->vaddr();
         if (vaddr != nullptr) std::memset(vaddr, 0, cleared);
@@ -47,13 +52,23 @@ uint8_t* PictureCanvas::Clear(uint64_t cleared, std::initializer_list<RowRun> pa
     if (block.zeroed == cleared) {
         for (const RowRun& run : block.painted) ZeroRun(block.bytes.data(), run);
     } else {
-        if (block.bytes.size() < cleared) block.bytes.resize(cleared);
         std::memset(block.bytes.data(), 0, cleared);
         block.zeroed = cleared;
     }
     block.painted.assign(painted.begin(), painted.end());
     mStaged = cleared;
     return block.bytes.data();
+}
+
+bool PictureCanvas::Reserve(uint64_t bytes) {
+    if (mBlock.bytes.size() >= bytes) return true;
+    try {
+        mBlock.bytes.resize(bytes);
+    } catch (const std::bad_alloc&) {
+        mBlock = CanvasBlock{};  // nothing of the old picture is kept
+        return false;
+    }
+    return true;
 }
 
 bool PictureCanvas::Finish() {

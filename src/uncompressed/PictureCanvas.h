@@ -8,9 +8,9 @@
 // costs no page faults and no clearing of pages about to be overwritten, and a
 // buffer handed back costs no mapping. The block still holds the picture
 // before, so only that picture's runs are cleared again, not the whole block.
-// Device memory, and a picture whose runs reach past its cleared bytes (the
-// buffer then keeps its own bytes between them), are mapped for the call and
-// drawn in place. A buffer is refused exactly where mapping it would be: its
+// Device memory, a picture whose runs reach past its cleared bytes (the buffer
+// then keeps its own bytes between them) and one of more than 64 MiB are
+// mapped for the call and drawn in place. A buffer is refused exactly where mapping it would be: its
 // memory is tried with a mapping that touches no page.
 #pragma once
 
@@ -52,6 +52,9 @@ public:
     bool Finish();
 
 private:
+    // Grows the block to hold bytes; false when the memory cannot be had.
+    bool Reserve(uint64_t bytes);
+
     const Buffer& mBuffer;
     CanvasBlock& mBlock;
     bool mUsable = false;
