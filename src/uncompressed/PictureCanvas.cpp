@@ -42,7 +42,8 @@ uint8_t* PictureCanvas::Clear(uint64_t cleared, std::initializer_list<RowRun> pa
     if (!mUsable) return nullptr;
     uint64_t reached = cleared;
     for (const RowRun& run : painted) reached = std::max(reached, run.End());
-    if (!mThroughDescriptor || reached > cleared || cleared > kMostStaged || !Reserve(cleared)) {
+    if (!mThroughDescriptor || reached > cleared || cleared > kMostStaged ||
+        !Reserve(std::max<uint64_t>(cleared, 1))) {  // a picture of no bytes still gets memory
         if (mMapping == nullptr) mMapping = std::make_unique<PictureMapping>(mBuffer);
         uint8_t* vaddr = mMapping->vaddr();
         if (vaddr != nullptr) std::memset(vaddr, 0, cleared);

@@ -115,6 +115,12 @@ TEST(PictureCanvas, EachPictureLandsAtTheMapOffsetAsIfDrawnOnAClearedBuffer) {
             EXPECT_EQ(test::ReadAll(*buffer), expected);
         }
     }
+    // A picture of no bytes (a zero geometry) still gets memory to draw nothing in.
+    auto buffer = MakeClientBuffer(4096, 1);
+    CanvasBlock block;
+    PictureCanvas canvas(*buffer, block);
+    EXPECT_NE(canvas.Clear(0, {}), nullptr);
+    EXPECT_TRUE(canvas.Finish());
 }
 
 }  // namespace
