@@ -36,14 +36,16 @@ ClientBufferIo::Moved ClientBufferIo::FillFromFile(const Buffer& buffer, uint64_
     const Memory memory = Classify(buffer, at, length);
     if (memory == Memory::kMissing) return {false, 0};
     if (memory == Memory::kDescriptor) {
-        bool refused = mSpliceRefused || !sSplice.load(std::memory_order_relaxed) || !OpenPipe();
         bool memoryRefused = false;
-        uint64_t moved = refused ? 0 : Splice(buffer, at, file, offset, length, &refused, &memoryRefused);
-        if (refused) {
+        // A unit below kSpliceMinBytes goes through the staging block.
+        if (length >= kSpliceMinBytes && !mSpliceRefused && sSplice.load(std::memory_order_relaxed)) {
+            bool refused = !OpenPipe();
+            const uint64_t moved = refused ? 0 : Splice(buffer, at, file, offset, length, &refused, &memoryRefused);
+            if (!refused) return {!(memoryRefused && moved == 0), moved};
             mSpliceRefused = true;
-            if (Staging() == nullptr) return MapAndRead(buffer, at, file, offset, length);
-            moved = CopyStaged(buffer, at, file, offset, length, &memoryRefused);
         }
+        if (Staging() == nullptr) return MapAndRead(buffer, at, file, offset, length);
+        const uint64_t moved = CopyStaged(buffer, at, file, offset, length, &memoryRefused);
         return {!(memoryRefused && moved == 0), moved};
     }
     return MapAndRead(buffer, at, file, offset, length);

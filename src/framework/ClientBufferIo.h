@@ -5,12 +5,13 @@
 // through its descriptor: no mapping is made, so none outlives the call, and a
 // buffer the client has just created costs no page faults. Bytes from a file
 // travel through a pipe the processor keeps (splice: the kernel copies them
-// once); where the kernel refuses that, and for bytes from memory, they go by
-// way of a staging block the processor keeps. Memory a descriptor cannot reach that way
-// (device memory) is mapped for the one transfer. Either way the memory is
-// measured first: memory smaller than mMapOffset + mCapacity, or a transfer
-// reaching past mCapacity, is refused before a byte moves, so nothing ever
-// grows the client's memory or writes past its buffer.
+// once); a unit under 32 KiB, bytes the kernel refuses to splice and bytes
+// from memory go by way of a staging block the processor keeps. Memory a
+// descriptor cannot reach that way (device memory) is mapped for the one
+// transfer. Either way the memory is measured first: memory smaller than
+// mMapOffset + mCapacity, or a transfer reaching past mCapacity, is refused
+// before a byte moves, so nothing ever grows the client's memory or writes
+// past its buffer.
 #pragma once
 
 #include <atomic>
@@ -59,6 +60,9 @@ public:
 
 private:
     static constexpr uint64_t kStagingBytes = 256 * 1024;
+    // Fills from a file below this size take the staging block (measured: under
+    // 32 KiB two splices cost more than a pread and a pwrite; above, the same).
+    static constexpr uint64_t kSpliceMinBytes = 32 * 1024;
 
     enum class Memory { kDescriptor, kMapped, kMissing };
     static Memory Classify(const Buffer& buffer, uint64_t at, uint64_t length);

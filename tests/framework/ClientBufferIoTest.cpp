@@ -52,12 +52,17 @@ TEST_P(ClientBufferIoPaths, FillsAndDrainsThroughTheDescriptor) {
         EXPECT_EQ(moved.bytes, 600000u);
         const auto tail = io.FillFromFile(*buffer, 700000, input, 650000, 90000);
         EXPECT_EQ(tail.bytes, 50000u);  // the file ends first
+        // Small units take the staging block whichever way large ones go.
+        EXPECT_EQ(io.FillFromFile(*buffer, 760000, input, 30, 4000).bytes, 4000u);
+        EXPECT_EQ(io.FillFromFile(*buffer, 790000, input, 699990, 100).bytes, 10u);
         EXPECT_TRUE(io.FillFromMemory(*buffer, 0, "ab", 2).usable);
         const std::vector<uint8_t> all = test::ReadAll(*buffer);
         std::string expected(800000, '\xEE');
         expected.replace(0, 2, "ab");
         expected.replace(100, 600000, bytes.substr(50, 600000));
         expected.replace(700000, 50000, bytes.substr(650000));
+        expected.replace(760000, 4000, bytes.substr(30, 4000));
+        expected.replace(790000, 10, bytes.substr(699990));
         EXPECT_TRUE(std::string(all.begin(), all.end()) == expected);
 
         std::string drained;
