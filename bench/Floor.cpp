@@ -11,8 +11,8 @@
 // staging block itself, nothing read (a pattern generator). --out: every piece
 // read back through the descriptor and appended to FILE (a writer draining the
 // buffer). --touch 1: before the pieces, the whole input is mapped and one
-// byte of every 64 read, the least any index of it could cost (no copy, no
-// search). Prints the driver's line: buffers, bytes, seconds, peak RSS.
+// byte of every 64 read: the least that reading it for an index through a
+// mapping costs (no copy, no search). Prints the driver's line: buffers, bytes, seconds, peak RSS.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
