@@ -55,13 +55,16 @@ struct StreamParserCompressed::Planner {
         plan.back().at = state;
         return plan.back();
     }
+    // A line the log would drop is planned without its text: it is written
+    // all the same, and dropped all the same.
     __attribute__((format(printf, 3, 4))) void Say(int priority, const char* format, ...) {
+        Add(PlanStep::Kind::kLog).priority = priority;
+        if (!__android_log_is_loggable(priority, kLogTag, ANDROID_LOG_VERBOSE)) return;
         char text[256];
         va_list args;
         va_start(args, format);
         std::vsnprintf(text, sizeof(text), format, args);
         va_end(args);
-        Add(PlanStep::Kind::kLog).priority = priority;
         plan.back().text = text;
     }
     // The endings append their steps and hand the plan over.
@@ -87,7 +90,9 @@ struct StreamParserCompressed::Planner {
 };
 
 DeliveryPlan StreamParserCompressed::PlanDelivery(const PlanRules& rules) const {
-    return Planner{*this, rules}.Draw();
+    Planner planner{*this, rules};
+    planner.plan.reserve(4);  // a log line, a read and the close: one allocation
+    return planner.Draw();
 }
 
 DeliveryPlan StreamParserCompressed::Planner::Draw() {
